@@ -1,0 +1,90 @@
+// The entry as a real host process runs it: switches read from the process
+// command line, one job chosen, and the closing phase on every path.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "HostSandbox.h"
+
+namespace {
+
+// "<level> <message>" of every line the module wrote before its closing phase.
+std::vector<std::string> JobLines(const std::vector<HostLogLine>& log) {
+    std::vector<std::string> lines;
+    for (const auto& line : log) {
+        if (line.function == "InitLogModule" || line.function == "`anonymous-namespace'::FlushLogData") continue;
+        lines.push_back(std::to_string(line.level) + " " + line.message);
+    }
+    return lines;
+}
+
+const std::string kNoSwitch =
+    "3 [Orvale_LoadModule_WinMain]Orvale_LoadModule_WinMain: neither -action nor -type parameter found";
+std::string TypeLine(int type) { return "1 [Orvale_LoadModule_WinMain]Orvale_LoadModule_WinMain: type=" + std::to_string(type); }
+std::string UnsupportedLine(int type) {
+    return "2 [Orvale_LoadModule_WinMain]Orvale_LoadModule_WinMain: unsupported type=" + std::to_string(type);
+}
+std::string ActionLine(const std::string& action, const std::string& guid) {
+    return "1 [HandleActionEntry]HandleActionEntry: action=" + action + ", guid=" + guid;
+}
+
+TEST(EntryCommandLine, RunsExactlyTheJobItsSwitchesName) {
+    struct Case {
+        std::wstring arguments;
+        std::vector<std::string> expected;
+    };
+    const std::vector<Case> cases = {
+        {L"", {kNoSwitch}},
+        {L"-type", {kNoSwitch}},                       // a switch without a value
+        {L"-type=2", {kNoSwitch}},                     // values never share the switch's element
+        {L"-action", {kNoSwitch}},                     // an empty action falls through to -type
+        {L"-type abc", {TypeLine(0), UnsupportedLine(0)}},
+        {L"-TYPE 7", {TypeLine(7), UnsupportedLine(7)}},  // switch names ignore case
+        {L"-Type \" +4\"", {TypeLine(4), UnsupportedLine(4)}},
+        {L"-type -5", {TypeLine(-5), UnsupportedLine(-5)}},  // a value may itself start with '-'
+        {L"-type 0", {TypeLine(0), UnsupportedLine(0)}},
+        {L"-type 1x", {TypeLine(1)}},
+        {L"-action raw-notification -type 1",
+         {ActionLine("raw-notification", ""), "2 [HandleActionEntry]-action raw-notification: no guid provided"}},
+        {L"-ACTION Raw-Notification -GUID g1",
+         {ActionLine("Raw-Notification", "g1"), "2 [HandleActionEntry]HandleActionEntry: unknown action=Raw-Notification"}},
+        {L"-action raw-notifications -guid g2",
+         {ActionLine("raw-notifications", "g2"),
+          "2 [HandleActionEntry]HandleActionEntry: unknown action=raw-notifications"}},
+        {L"-guid -action -action ping",  // the first match decides
+         {ActionLine("-action", "-action"), "2 [HandleActionEntry]HandleActionEntry: unknown action=-action"}},
+    };
+    HostSandbox sandbox;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(WideToUtf8Text(c.arguments));
+        HostRun run = sandbox.Run(c.arguments);
+        ASSERT_TRUE(run.process.finished);
+        EXPECT_EQ(run.process.exitCode, 0u);
+        EXPECT_EQ(JobLines(run.log), c.expected);
+        EXPECT_TRUE(EndsWithFlushLines(run.log));
+    }
+}
+
+TEST(EntryCommandLine, HandsTheLoaderArgumentsToTheLoggerFirst) {
+    HostSandbox sandbox;
+    HostRun run = sandbox.Run(L"-type 9 -guid \"a b\"");
+    ASSERT_FALSE(run.log.empty());
+    EXPECT_EQ(run.log.front().function, "InitLogModule");
+    EXPECT_NE(run.log.front().message.find("commandLine=-type 9 -guid \"a b\","), std::string::npos)
+        << run.log.front().message;
+    EXPECT_NE(run.log.front().message.find("previous=0,"), std::string::npos) << run.log.front().message;
+}
+
+TEST(EntryCommandLine, WritesEachLineWithItsSourceAndFunction) {
+    HostSandbox sandbox;
+    HostRun run = sandbox.Run(L"-type 5");
+    const HostLogLine* unsupported = FindMessage(run.log, UnsupportedLine(5).substr(2));
+    ASSERT_NE(unsupported, nullptr);
+    EXPECT_EQ(unsupported->level, 2);
+    EXPECT_EQ(unsupported->function, "Orvale_LoadModule_WinMain");
+    EXPECT_NE(unsupported->sourceFile.find("SparsePackageWrapperMgr"), std::string::npos);
+    EXPECT_GT(unsupported->sourceLine, 0);
+}
+
+}  // namespace

@@ -1,0 +1,87 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include "OsVersion.h"
+#include "TestProcess.h"
+
+namespace {
+
+TEST(OsVersionRule, AcceptsWindows10From19041AndEveryLaterMajor) {
+    struct Case {
+        uint32_t major, minor, build;
+        bool supported;
+    };
+    const Case cases[] = {
+        {10, 0, 19041, true}, {10, 0, 19040, false}, {10, 0, 18363, false}, {10, 0, 22631, true},
+        {10, 1, 0, true},     {10, 5, 100, true},    {6, 3, 9600, false},   {6, 1, 99999, false},
+        {5, 1, 2600, false},  {11, 0, 0, true},      {12, 0, 1, true},      {0, 0, 0, false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(IsSupportedOsVersion(c.major, c.minor, c.build), c.supported)
+            << c.major << "." << c.minor << "." << c.build;
+    }
+}
+
+// Wine reports the version stored under CurrentVersion when the prefix does
+// not pin one; the original values come back whatever the test does.
+class EmulatedWindowsVersion {
+public:
+    EmulatedWindowsVersion(const wchar_t* version, const wchar_t* build) {
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, &key_,
+                        nullptr);
+        savedVersion_ = Read(L"CurrentVersion");
+        savedBuild_ = Read(L"CurrentBuildNumber");
+        Write(L"CurrentVersion", version);
+        Write(L"CurrentBuildNumber", build);
+    }
+    ~EmulatedWindowsVersion() {
+        Write(L"CurrentVersion", savedVersion_.c_str());
+        Write(L"CurrentBuildNumber", savedBuild_.c_str());
+        RegCloseKey(key_);
+    }
+
+private:
+    static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
+    std::wstring Read(const wchar_t* name) {
+        wchar_t value[64] = {};
+        DWORD bytes = sizeof(value);
+        RegQueryValueExW(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(value), &bytes);
+        return value;
+    }
+    void Write(const wchar_t* name, const wchar_t* value) {
+        RegSetValueExW(key_, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value),
+                       static_cast<DWORD>((wcslen(value) + 1) * sizeof(wchar_t)));
+    }
+    HKEY key_ = nullptr;
+    std::wstring savedVersion_, savedBuild_;
+};
+
+std::string ProbeInNewProcess() {
+    ProcessResult result = RunProcess(L"\"" + BinaryFolder() + L"\\OsVersionProbe.exe\"");
+    EXPECT_TRUE(result.finished);
+    std::string output = result.output;
+    while (!output.empty() && (output.back() == '\n' || output.back() == '\r')) output.pop_back();
+    return output;
+}
+
+TEST(OsVersionProbe, DecidesOnTheVersionTheSystemReports) {
+    struct Case {
+        const wchar_t* version;
+        const wchar_t* build;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {L"10.0", L"19045", "supported=1 version=10.0.19045"},
+        {L"10.0", L"19041", "supported=1 version=10.0.19041"},
+        {L"10.0", L"18363", "supported=0 version=10.0.18363"},
+        {L"6.3", L"9600", "supported=0 version=6.3.9600"},
+        {L"6.1", L"7601", "supported=0 version=6.1.7601"},
+    };
+    for (const Case& c : cases) {
+        EmulatedWindowsVersion emulated(c.version, c.build);
+        EXPECT_EQ(ProbeInNewProcess(), c.expected);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,204 @@
+// The reader against a real writer: named kernel objects of this session,
+// the reader on a thread of its own (mutex ownership is per thread).
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "GuidFileMappingReader.h"
+#include "HostLogFile.h"
+#include "PushSegmentWriter.h"
+#include "TempFolder.h"
+#include "TestMain.h"
+
+namespace {
+
+std::string ObjectName(const std::wstring& guid, const wchar_t* suffix) {
+    return WideToUtf8Text(GuidFileMapping::BuildMappingObjectName(guid, suffix));
+}
+
+struct Read {
+    std::wstring result;
+    std::vector<std::string> lines;  // "<level> <message>" of the reader's lines
+};
+
+Read ReadOnOtherThread(const std::wstring& guid, DWORD timeoutMs = 2000) {
+    HostLogCursor cursor(TestLogPath());
+    Read read;
+    read.result = std::async(std::launch::async, [&] { return GuidFileMapping::ReadData(guid, timeoutMs); }).get();
+    for (const auto& line : cursor.NewLines()) {
+        EXPECT_EQ(line.function, "GuidFileMapping::ReadData");
+        EXPECT_NE(line.sourceFile.find("GuidFileMappingReader"), std::string::npos);
+        read.lines.push_back(std::to_string(line.level) + " " + line.message);
+    }
+    return read;
+}
+
+// Nothing the reader opened outlives it: once the writer lets go, the names are gone.
+void ExpectNamedObjectsGone(const std::wstring& guid) {
+    const std::wstring mapping = GuidFileMapping::BuildMappingObjectName(guid, L"_FM");
+    const std::wstring mutex = GuidFileMapping::BuildMappingObjectName(guid, L"_Lock");
+    const std::wstring event = GuidFileMapping::BuildMappingObjectName(guid, L"_Event");
+    UniqueHandle m(OpenFileMappingW(FILE_MAP_READ, FALSE, mapping.c_str()));
+    EXPECT_FALSE(m.valid()) << "mapping still exists";
+    UniqueHandle x(OpenMutexW(SYNCHRONIZE, FALSE, mutex.c_str()));
+    EXPECT_FALSE(x.valid()) << "mutex still exists";
+    UniqueHandle e(OpenEventW(EVENT_MODIFY_STATE, FALSE, event.c_str()));
+    EXPECT_FALSE(e.valid()) << "event still exists";
+}
+
+std::string RawUtf16(const std::wstring& text) {
+    return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
+}
+
+TEST(ReadData, EmptyGuidReturnsAtOnce) {
+    Read read = ReadOnOtherThread(L"");
+    EXPECT_EQ(read.result, L"");
+    EXPECT_EQ(read.lines, std::vector<std::string>{"2 [ReadData] guid is empty, returning early"});
+}
+
+TEST(ReadData, CopiesTheContentTheHeaderAnnounces) {
+    struct Case {
+        const char* name;
+        uint32_t headerBytes;
+        std::wstring content;
+        std::wstring expected;
+        std::vector<std::string> warnings;  // beyond the final "returning empty result"
+    };
+    const std::wstring abc = L"abc";
+    const std::vector<Case> cases = {
+        {"no terminator", 6, abc, abc, {}},
+        {"one terminator dropped", 8, std::wstring(L"abc\0", 4), abc, {}},
+        {"only the last terminator dropped", 10, std::wstring(L"abc\0\0", 5), std::wstring(L"abc\0", 4), {}},
+        {"inner NUL kept", 8, std::wstring(L"a\0bc", 4), std::wstring(L"a\0bc", 4), {}},
+        {"odd size loses its last byte", 3, L"xy", L"x", {}},
+        {"one byte", 1, L"x", L"", {"2 [ReadData] charCount is 0, contentBytes=1"}},
+        {"zero bytes", 0, L"x", L"", {"2 [ReadData] contentBytes sanity check failed, contentBytes=0"}},
+        {"above the limit", 0xA00000, L"x", L"",
+         {"2 [ReadData] contentBytes sanity check failed, contentBytes=10485760"}},
+        {"header beyond the mapping", 0x10000, L"x", L"",
+         {"3 [ReadData] MapViewOfFile (full) failed, totalBytes=65540, GetLastError="}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::wstring guid = FreshGuidText();
+        PushSegmentWriter writer(guid, static_cast<uint32_t>(c.content.size() * sizeof(wchar_t)));
+        ASSERT_TRUE(writer.ok());
+        writer.Write(c.headerBytes, RawUtf16(c.content));
+        writer.ReleaseLock();
+
+        Read read = ReadOnOtherThread(guid);
+        EXPECT_EQ(read.result, c.expected);
+        std::vector<std::string> expected = c.warnings;
+        if (c.expected.empty()) expected.push_back("2 [ReadData] returning empty result, guid=" + WideToUtf8Text(guid));
+        ASSERT_EQ(read.lines.size(), expected.size());
+        for (size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(read.lines[i].rfind(expected[i], 0), 0u) << read.lines[i];
+        EXPECT_TRUE(writer.WaitForReaderSignal(0)) << "the reader signals the writer's event";
+        writer.CloseAll();
+        ExpectNamedObjectsGone(guid);
+    }
+}
+
+TEST(ReadData, AcceptsTheLargestSegment) {
+    const std::wstring guid = FreshGuidText();
+    PushSegmentWriter writer(guid, GuidFileMapping::kMaxContentBytes);
+    ASSERT_TRUE(writer.ok());
+    writer.Write(GuidFileMapping::kMaxContentBytes, RawUtf16(L"big"));
+    writer.ReleaseLock();
+    Read read = ReadOnOtherThread(guid);
+    // 0x9FFFFF bytes are 0x4FFFFF characters; the zero-filled last one is dropped.
+    EXPECT_EQ(read.result.size(), 0x4FFFFEu);
+    EXPECT_EQ(read.result.substr(0, 3), L"big");
+    EXPECT_TRUE(read.lines.empty());
+    writer.CloseAll();
+    ExpectNamedObjectsGone(guid);
+}
+
+TEST(ReadData, WorksAroundAMissingEventAndReportsAMissingMappingOrMutex) {
+    {
+        SCOPED_TRACE("no event: falls back to a plain wait");
+        const std::wstring guid = FreshGuidText();
+        PushSegmentWriter writer(guid, 64, {.mapping = true, .mutex = true, .event = false});
+        writer.WriteText(L"payload");
+        writer.ReleaseLock();
+        Read read = ReadOnOtherThread(guid);
+        EXPECT_EQ(read.result, L"payload");
+        ASSERT_EQ(read.lines.size(), 1u);
+        EXPECT_EQ(read.lines[0], "1 [ReadData] OpenEventW failed (writer may have exited), name=" +
+                                     ObjectName(guid, L"_Event") +
+                                     ", GetLastError=2, falling back to WaitForSingleObject");
+        writer.CloseAll();
+        ExpectNamedObjectsGone(guid);
+    }
+    {
+        SCOPED_TRACE("no mapping: tried before and after the mutex");
+        const std::wstring guid = FreshGuidText();
+        PushSegmentWriter writer(guid, 64, {.mapping = false, .mutex = true, .event = true});
+        writer.ReleaseLock();
+        Read read = ReadOnOtherThread(guid);
+        EXPECT_EQ(read.result, L"");
+        const std::string mapping = ObjectName(guid, L"_FM");
+        const std::vector<std::string> expected = {
+            "1 [ReadData] OpenFileMappingW (early) failed, name=" + mapping + ", GetLastError=2 (will retry after mutex)",
+            "3 [ReadData] OpenFileMappingW (retry) failed, name=" + mapping + ", GetLastError=2",
+            "3 [ReadData] FileMapping unavailable after mutex acquired, guid=" + WideToUtf8Text(guid),
+            "2 [ReadData] returning empty result, guid=" + WideToUtf8Text(guid),
+        };
+        EXPECT_EQ(read.lines, expected);
+        writer.CloseAll();
+        ExpectNamedObjectsGone(guid);
+    }
+    {
+        SCOPED_TRACE("no mutex: nothing else is opened");
+        const std::wstring guid = FreshGuidText();
+        PushSegmentWriter writer(guid, 64, {.mapping = true, .mutex = false, .event = true});
+        writer.WriteText(L"payload");
+        Read read = ReadOnOtherThread(guid);
+        EXPECT_EQ(read.result, L"");
+        EXPECT_EQ(read.lines, std::vector<std::string>{"3 [ReadData] OpenMutexW failed, name=" +
+                                                       ObjectName(guid, L"_Lock") + ", GetLastError=2"});
+        EXPECT_FALSE(writer.WaitForReaderSignal(0)) << "the event must not be touched";
+        writer.CloseAll();
+        ExpectNamedObjectsGone(guid);
+    }
+}
+
+TEST(ReadData, ReadsAfterTheWriterDiedHoldingTheMutex) {
+    const std::wstring guid = FreshGuidText();
+    PushSegmentWriter writer(guid, 64);
+    writer.WriteText(L"left behind", true);
+    writer.ReleaseLock();
+    std::thread([&] {
+        // A second writer thread takes the mutex and ends without releasing it.
+        UniqueHandle mutex(OpenMutexW(SYNCHRONIZE, FALSE, GuidFileMapping::BuildMappingObjectName(guid, L"_Lock").c_str()));
+        ASSERT_EQ(WaitForSingleObject(mutex.get(), 1000), WAIT_OBJECT_0);
+    }).join();
+    Read read = ReadOnOtherThread(guid);
+    EXPECT_EQ(read.result, L"left behind");
+    EXPECT_TRUE(read.lines.empty());
+    writer.CloseAll();
+    ExpectNamedObjectsGone(guid);
+}
+
+TEST(ReadData, GivesUpOnAWriterThatNeverReleases) {
+    const std::wstring guid = FreshGuidText();
+    PushSegmentWriter writer(guid, 64);  // owns the mutex and keeps it
+    writer.WriteText(L"never read");
+    const ULONGLONG start = GetTickCount64();
+    Read read = ReadOnOtherThread(guid, 300);
+    const ULONGLONG elapsed = GetTickCount64() - start;
+    EXPECT_EQ(read.result, L"");
+    ASSERT_EQ(read.lines.size(), 2u);
+    EXPECT_EQ(read.lines[0].rfind("3 [ReadData] SignalObjectAndWait failed, waitResult=258, GetLastError=", 0), 0u)
+        << read.lines[0];
+    EXPECT_EQ(read.lines[1], "3 [ReadData] Failed to acquire mutex, guid=" + WideToUtf8Text(guid) + ", timeoutMs=300");
+    EXPECT_GE(elapsed, 250u);
+    writer.CloseAll();
+    ExpectNamedObjectsGone(guid);
+}
+
+}  // namespace

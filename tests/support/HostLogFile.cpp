@@ -1,0 +1,70 @@
+#include "HostLogFile.h"
+
+#include <sstream>
+
+#include "TempFolder.h"
+
+namespace {
+
+HostLogLine ParseLine(const std::string& text) {
+    HostLogLine line;
+    std::vector<std::string> fields;
+    size_t start = 0;
+    for (int i = 0; i < 4; ++i) {
+        size_t tab = text.find('\t', start);
+        if (tab == std::string::npos) break;
+        fields.push_back(text.substr(start, tab - start));
+        start = tab + 1;
+    }
+    if (fields.size() != 4) {
+        line.message = text;
+        return line;
+    }
+    line.level = std::stoi(fields[0]);
+    line.sourceFile = fields[1];
+    line.sourceLine = std::stoi(fields[2]);
+    line.function = fields[3];
+    line.message = text.substr(start);
+    return line;
+}
+
+std::vector<HostLogLine> ParseLines(const std::string& bytes) {
+    std::vector<HostLogLine> lines;
+    std::istringstream in(bytes);
+    for (std::string text; std::getline(in, text);) {
+        if (!text.empty()) lines.push_back(ParseLine(text));
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::vector<HostLogLine> ReadHostLog(const std::wstring& path) { return ParseLines(ReadFileBytes(path)); }
+
+HostLogCursor::HostLogCursor(std::wstring path) : path_(std::move(path)), startBytes_(ReadFileBytes(path_).size()) {}
+
+std::vector<HostLogLine> HostLogCursor::NewLines() const {
+    std::string bytes = ReadFileBytes(path_);
+    return ParseLines(bytes.size() > startBytes_ ? bytes.substr(startBytes_) : std::string());
+}
+
+const HostLogLine* FindMessage(const std::vector<HostLogLine>& lines, const std::string& message) {
+    for (const auto& line : lines) {
+        if (line.message == message) return &line;
+    }
+    return nullptr;
+}
+
+std::vector<HostLogLine> LinesContaining(const std::vector<HostLogLine>& lines, const std::string& part) {
+    std::vector<HostLogLine> found;
+    for (const auto& line : lines) {
+        if (line.message.find(part) != std::string::npos) found.push_back(line);
+    }
+    return found;
+}
+
+std::vector<std::string> Messages(const std::vector<HostLogLine>& lines) {
+    std::vector<std::string> messages;
+    for (const auto& line : lines) messages.push_back(line.message);
+    return messages;
+}

@@ -1,0 +1,25 @@
+#pragma once
+#include <windows.h>
+
+#include <map>
+#include <string>
+
+struct ProcessResult {
+    bool finished = false;  // false: still running at the time-out (it was terminated)
+    DWORD exitCode = 0;
+    std::string output;     // standard output and error, as bytes
+};
+
+// Variables to set (or, with an empty optional-like marker, to remove) in a
+// child's environment on top of this process's own.
+using EnvironmentOverrides = std::map<std::wstring, std::wstring>;
+
+// Runs a command line to its end (at most timeoutMs) and captures its output.
+ProcessResult RunProcess(const std::wstring& commandLine, const EnvironmentOverrides& environment = {},
+                         DWORD timeoutMs = 60000);
+
+// Folder of the running test executable, where every built binary lies.
+std::wstring BinaryFolder();
+
+// Waits until `path` exists and is not empty (detached children write late).
+bool WaitForFile(const std::wstring& path, DWORD timeoutMs);
