@@ -1,9 +1,11 @@
 // Stand-alone business library.
 #include <windows.h>
 
+#include <mutex>
 #include <string>
 
 #include "Business.h"
+#include "HostConfigCache.h"
 #include "StandaloneSettings.h"
 #include "UtilJx.h"
 
@@ -30,6 +32,20 @@ std::string Base64(const std::string& bytes) {
     return out;
 }
 
+// One configuration reader for the whole host process. Client threads call
+// the business library concurrently while the reader itself has no lock.
+std::mutex g_configMutex;
+
+HostConfigCache& ProcessConfig() {
+    static HostConfigCache cache = [] {
+        HostConfigCache fresh;
+        // Before the first load, whichever of the two lookups comes first.
+        fresh.collectExperiments = true;
+        return fresh;
+    }();
+    return cache;
+}
+
 }  // namespace
 
 namespace business {
@@ -46,13 +62,28 @@ std::wstring GetDeviceGuidStr() {
     return standalone::ReadVariable(standalone::kDeviceGuidVariable).value_or(L"6a1f0c2e-3b7d-4e59-8c41-d2f7a90b3e15");
 }
 
-std::wstring GetStringFromConfigJson2(const std::wstring&, const std::wstring&, const std::wstring& defaultValue,
-                                      ConfigExperimentInfo*) {
-    return defaultValue;
+std::wstring GetStringFromConfigJson2(const std::wstring& key, const std::wstring& subKey,
+                                      const std::wstring& defaultValue, ConfigExperimentInfo* experimentInfo) {
+    try {
+        std::lock_guard lock(g_configMutex);
+        HostConfigCache& config = ProcessConfig();
+        // The lookup resolves its aliases before it loads, so the entry it
+        // reads is the one resolved now.
+        const std::wstring entryKey = config.ResolveAlias(config.ResolveAlias(key));
+        std::wstring value = config.GetStringFromConfigJson(key, subKey, defaultValue);
+        if (experimentInfo != nullptr) {
+            auto experiment = config.experiments.find(entryKey);
+            *experimentInfo = experiment == config.experiments.end() ? ConfigExperimentInfo() : experiment->second;
+        }
+        return value;
+    } catch (...) {
+        return defaultValue;
+    }
 }
 
-std::wstring GetConfigFromConfigJson(const std::wstring&, const std::wstring&, const std::wstring& defaultValue) {
-    return defaultValue;
+std::wstring GetConfigFromConfigJson(const std::wstring& key, const std::wstring& subKey,
+                                     const std::wstring& defaultValue) {
+    return GetStringFromConfigJson2(key, subKey, defaultValue, nullptr);
 }
 
 }  // namespace business
