@@ -8,17 +8,10 @@
 #include <iterator>
 #include <string>
 
+#include "OrvaleBase.h"
 #include "PushSegmentWriter.h"
 
 namespace {
-
-std::wstring FromUtf8(const std::string& text) {
-    if (text.empty()) return {};
-    int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(length, L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), length);
-    return wide;
-}
 
 int Usage() {
     std::fputs("usage: PushWriter.exe <host.exe> <guid> (--text <payload> | --file <utf-8 file>)\n", stderr);
@@ -36,7 +29,7 @@ int wmain(int argc, wchar_t** argv) {
     } else if (mode == L"--file") {
         std::ifstream in(value.c_str(), std::ios::binary);
         if (!in) return Usage();
-        payload = FromUtf8(std::string(std::istreambuf_iterator<char>(in), {}));
+        payload = base::Utf8ToWide(std::string(std::istreambuf_iterator<char>(in), {}));
     } else {
         return Usage();
     }

@@ -8,6 +8,9 @@
 #include <iterator>
 #include <system_error>
 
+#include "OrvaleBase.h"
+#include "UtilJx.h"
+
 TempFolder::TempFolder() {
     wchar_t temp[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, temp);
@@ -39,18 +42,6 @@ bool WriteFileBytes(const std::wstring& path, const std::string& bytes) {
     return static_cast<bool>(out);
 }
 
-std::wstring Utf8ToWideText(const std::string& text) {
-    if (text.empty()) return {};
-    int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(length, L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), length);
-    return wide;
-}
+std::wstring Utf8ToWideText(const std::string& text) { return base::Utf8ToWide(text); }
 
-std::string WideToUtf8Text(const std::wstring& text) {
-    if (text.empty()) return {};
-    int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-    std::string narrow(length, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(), length, nullptr, nullptr);
-    return narrow;
-}
+std::string WideToUtf8Text(const std::wstring& text) { return UtilJx::Base::Utf16ToUtf8(text); }
