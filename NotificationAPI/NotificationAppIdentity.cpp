@@ -13,23 +13,10 @@ namespace {
 
 constexpr wchar_t kIconFunction[] = L"GetNotifyIconPath";
 
-class RegistryKey {
-public:
-    RegistryKey() = default;
-    RegistryKey(const RegistryKey&) = delete;
-    RegistryKey& operator=(const RegistryKey&) = delete;
-    ~RegistryKey() {
-        if (key_) RegCloseKey(key_);
-    }
-    HKEY* put() { return &key_; }
-    void SetString(const wchar_t* name, const std::wstring& data) const {
-        RegSetValueExW(key_, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(data.c_str()),
-                       static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t)));
-    }
-
-private:
-    HKEY key_ = nullptr;
-};
+void SetStringValue(HKEY key, const wchar_t* name, const std::wstring& data) {
+    RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(data.c_str()),
+                   static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t)));
+}
 
 std::wstring JoinPath(const std::wstring& folder, const wchar_t* name) {
     if (folder.empty() || folder.back() == L'\\' || folder.back() == L'/') return folder + name;
@@ -54,14 +41,14 @@ bool WriteWholeFile(const std::wstring& path, const void* bytes, DWORD size) {
 
 long register_app_id(const std::wstring& display_name, const std::wstring& app_id) {
     const std::wstring icon = get_notify_icon_path();
-    RegistryKey key;
+    UniqueRegistryKey key;
     const std::wstring subKey = kAppUserModelIdKey + app_id;
     const LONG created =
         RegCreateKeyExW(HKEY_CURRENT_USER, subKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, key.put(), nullptr);
     if (created != ERROR_SUCCESS) return created;
-    key.SetString(L"DisplayName", display_name);
-    if (!icon.empty()) key.SetString(L"IconUri", icon);
-    key.SetString(L"CustomActivator", kCustomActivatorClsid);
+    SetStringValue(key.get(), L"DisplayName", display_name);
+    if (!icon.empty()) SetStringValue(key.get(), L"IconUri", icon);
+    SetStringValue(key.get(), L"CustomActivator", kCustomActivatorClsid);
     return ERROR_SUCCESS;
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-// Owners of Win32 handles and mapped views: released on every path.
+// Owners of Win32 handles, registry keys and mapped views: released on every path.
 #include <windows.h>
 
 #include <utility>
@@ -45,4 +45,19 @@ public:
 
 private:
     const void* view_ = nullptr;
+};
+
+class UniqueRegistryKey {
+public:
+    UniqueRegistryKey() = default;
+    UniqueRegistryKey(const UniqueRegistryKey&) = delete;
+    UniqueRegistryKey& operator=(const UniqueRegistryKey&) = delete;
+    ~UniqueRegistryKey() {
+        if (key_) RegCloseKey(key_);
+    }
+    HKEY get() const { return key_; }
+    HKEY* put() { return &key_; }
+
+private:
+    HKEY key_ = nullptr;
 };

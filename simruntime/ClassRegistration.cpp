@@ -9,26 +9,12 @@
 
 #include "ClassTable.h"
 #include "RuntimeError.h"
+#include "UniqueHandle.h"
 
 namespace {
 
 constexpr wchar_t kActivatableClassRoot[] = L"Software\\Microsoft\\WindowsRuntime\\ActivatableClassId\\";
 constexpr DWORD kInProcessActivation = 0;
-
-class registry_key {
-public:
-    registry_key() = default;
-    registry_key(const registry_key&) = delete;
-    registry_key& operator=(const registry_key&) = delete;
-    ~registry_key() {
-        if (key_) RegCloseKey(key_);
-    }
-    HKEY get() const { return key_; }
-    HKEY* put() { return &key_; }
-
-private:
-    HKEY key_ = nullptr;
-};
 
 void check_win32(LSTATUS status) {
     if (status != ERROR_SUCCESS) throw rt::hresult_error(HRESULT_FROM_WIN32(status));
@@ -62,7 +48,7 @@ void set_dword_value(HKEY key, const wchar_t* name, DWORD value) {
 }
 
 void register_class(const std::wstring& className, const std::wstring& dllPath) {
-    registry_key key;
+    UniqueRegistryKey key;
     check_win32(RegCreateKeyExW(HKEY_LOCAL_MACHINE, (kActivatableClassRoot + className).c_str(), 0, nullptr, 0,
                                 KEY_SET_VALUE, nullptr, key.put(), nullptr));
     set_string_value(key.get(), L"DllPath", dllPath);
