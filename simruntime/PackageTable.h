@@ -1,0 +1,34 @@
+#pragma once
+// The packages registered for the current user, what the package file holds,
+// and what tests planned for package operations. Guarded by sim::state_mutex()
+// and cleared by SimRuntime_Reset.
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ComPtr.h"
+#include "Deployment.h"
+#include "DeploymentResult.h"
+#include "Package.h"
+
+namespace sim {
+
+// The current user's registrations matching name and publisher, in the order
+// they were registered. The simulation knows only the current user, whose
+// security id is the empty string.
+std::vector<package_identity> find_packages(std::wstring_view userSecurityId, std::wstring_view name,
+                                            std::wstring_view publisher);
+
+// Registers the identity the package file holds, replacing a registration of the same name.
+void register_package_from_file();
+
+// False when no registration has that full name.
+bool remove_package(std::wstring_view fullName);
+
+// How the next add operation reports: registered unless a test queued otherwise.
+deployment_report next_add_report();
+
+// Kept until the next reset, so tests can look at their completion handlers.
+void remember_operation(const rt::com_ptr<rt::DeploymentOperation>& operation);
+
+}  // namespace sim
