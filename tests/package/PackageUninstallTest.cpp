@@ -1,0 +1,85 @@
+// Uninstall against the simulated package manager, reached through the real
+// activation path.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include "NotificationPackageManager.h"
+#include "PackageIdentityUtils.h"
+#include "PackageTestSupport.h"
+#include "TestMain.h"
+
+namespace {
+
+constexpr char kTag[] = "[UninstallNotificationPackage]UninstallNotificationPackage";
+
+class UninstallTest : public PackageTest {
+protected:
+    UninstallTest() {
+        sim_control::register_package(NotificationPackage(L"first", 1, 0, 0, 0));
+        sim_control::register_package({L"Other.App", L"CN=Other", L"unrelated", 1, 0, 0, 0});
+        sim_control::register_package(NotificationPackage(L"second", 2, 0, 0, 0));
+    }
+
+    static std::wstring RemoveCall(const std::wstring& fullName) { return std::wstring(kRemoveCall) + L"(" + fullName + L")"; }
+};
+
+TEST_F(UninstallTest, RemovesEveryRegistrationInOrder) {
+    EXPECT_EQ(S_OK, UninstallNotificationPackage(1000));
+
+    EXPECT_EQ((std::vector<std::wstring>{RemoveCall(L"first"), RemoveCall(L"second")}), CallsStartingWith(kRemoveCall));
+    EXPECT_FALSE(QueryInstalledNotificationPackageVersion().has_value());
+    EXPECT_TRUE(Logged(1, std::string(kTag) + ": removing first, timeoutMs=1000"));
+    EXPECT_TRUE(Logged(1, std::string(kTag) + ": removed first"));
+    EXPECT_TRUE(Logged(1, std::string(kTag) + ": removed second"));
+
+    // Nothing left is success too.
+    EXPECT_EQ(S_OK, UninstallNotificationPackage(1000));
+    EXPECT_TRUE(Logged(1, std::string(kTag) + ": no package found to remove"));
+    EXPECT_EQ(2u, CallsStartingWith(kRemoveCall).size());
+}
+
+TEST_F(UninstallTest, WaitsAtMostThirtySecondsPerPackage) {
+    for (const std::uint32_t asked : {60000u, 0xFFFFFFFFu}) {
+        sim_control::register_package(NotificationPackage(L"again", 1, 0, 0, 0));
+        const HostLogCursor cursor(TestLogPath());
+        EXPECT_EQ(S_OK, UninstallNotificationPackage(asked));
+        EXPECT_NE(nullptr, FindMessage(cursor.NewLines(), std::string(kTag) + ": removing again, timeoutMs=30000"))
+            << asked;
+    }
+}
+
+TEST_F(UninstallTest, ATimeOutStopsBeforeTheNextPackage) {
+    sim_control::queue_async_outcome(kRemoveCall, 0);
+
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_TIMEOUT), UninstallNotificationPackage(50));
+    EXPECT_EQ(std::vector<std::wstring>{RemoveCall(L"first")}, CallsStartingWith(kRemoveCall));
+    EXPECT_TRUE(Logged(3, std::string(kTag) + ": timeout (50ms) removing first"));
+}
+
+TEST_F(UninstallTest, AnOperationThatEndsOtherwiseStopsWithItsOwnCode) {
+    sim_control::queue_async_outcome(kRemoveCall, 3, static_cast<HRESULT>(0x80073CFA));
+    EXPECT_EQ(static_cast<HRESULT>(0x80073CFA), UninstallNotificationPackage(1000));
+    EXPECT_TRUE(Logged(3, std::string(kTag) + ": async failed, status=3, hr=0x80073CFA, name=first"));
+
+    // Even a success code ends the uninstall: the second package is not tried.
+    sim_control::queue_async_outcome(kRemoveCall, 2, S_OK);
+    EXPECT_EQ(S_OK, UninstallNotificationPackage(1000));
+    EXPECT_TRUE(Logged(3, std::string(kTag) + ": async failed, status=2, hr=0x00000000, name=first"));
+    EXPECT_EQ(2u, CallsStartingWith(kRemoveCall).size());
+}
+
+TEST_F(UninstallTest, FailuresOfTheRuntimeAndOfAnyOtherKindAreCaught) {
+    // The first name is read as usual; a package removed before the failure stays removed.
+    sim_control::fail_next_call(L"PackageId.get_FullName", S_OK);
+    sim_control::fail_next_call(L"PackageId.get_FullName", E_ACCESSDENIED);
+    EXPECT_EQ(E_ACCESSDENIED, UninstallNotificationPackage(1000));
+    EXPECT_TRUE(Logged(3, std::string(kTag) + " exception, hr=0x80070005, msg=" + SystemMessageUtf8(E_ACCESSDENIED)));
+    EXPECT_EQ("2.0.0.0", QueryInstalledNotificationPackageVersionString());
+
+    sim_control::throw_from_next_call(kFindCall);
+    EXPECT_EQ(E_UNEXPECTED, UninstallNotificationPackage(1000));
+    EXPECT_TRUE(Logged(3, std::string(kTag) + " unknown exception"));
+}
+
+}  // namespace
