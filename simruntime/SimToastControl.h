@@ -1,0 +1,108 @@
+#pragma once
+// How tests read the toasts the simulated notification centre was shown and
+// raise their events. Failures of the toast calls themselves are injected
+// with sim_control::fail_next_call (e.g. L"ToastNotifier.Show").
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "SimRuntimeControl.h"
+
+extern "C" {
+// Toasts shown since the last reset, in the order of Show.
+HRESULT SimRuntime_ShownToastCount(UINT32* count);
+// Text `field` of shown toast `index` (0 XML, 1 tag, 2 group, 3 application id);
+// returns its length and copies what fits, terminated, into `buffer`.
+UINT32 SimRuntime_ShownToastText(UINT32 index, UINT32 field, wchar_t* buffer, UINT32 capacity);
+// SuppressPopup and ExpirationTime (DateTime ticks) as they were at Show.
+HRESULT SimRuntime_ShownToastFlags(UINT32 index, BOOL* suppressPopup, BOOL* hasExpiration, INT64* expirationTime);
+// Handlers registered now on shown toast `index`.
+HRESULT SimRuntime_ToastHandlerCounts(UINT32 index, UINT32* activated, UINT32* dismissed, UINT32* failed);
+// Raise an event of shown toast `index` on another thread and wait for its
+// handlers; `handlersResult` is the first failure a handler returned.
+// A null `replyText` leaves the user input empty; otherwise it holds "textBox".
+HRESULT SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, const wchar_t* replyText,
+                                       HRESULT* handlersResult);
+HRESULT SimRuntime_RaiseToastDismissed(UINT32 index, INT32 reason, HRESULT* handlersResult);
+HRESULT SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult);
+}
+
+namespace sim_control {
+
+struct shown_toast {
+    std::wstring xml;
+    std::wstring tag;
+    std::wstring group;
+    std::wstring app_id;
+    bool suppress_popup = false;
+    std::optional<std::int64_t> expiration_time;
+};
+
+struct toast_handler_counts {
+    UINT32 activated = 0;
+    UINT32 dismissed = 0;
+    UINT32 failed = 0;
+    bool operator==(const toast_handler_counts&) const = default;
+};
+
+inline std::wstring shown_toast_text(UINT32 index, UINT32 field) {
+    const auto read = SIM_CONTROL_FUNCTION(SimRuntime_ShownToastText);
+    std::wstring text(read(index, field, nullptr, 0), L'\0');
+    read(index, field, text.data(), static_cast<UINT32>(text.size() + 1));
+    return text;
+}
+
+inline std::vector<shown_toast> shown_toasts() {
+    UINT32 count = 0;
+    check(SIM_CONTROL_FUNCTION(SimRuntime_ShownToastCount)(&count), "SimRuntime_ShownToastCount");
+    std::vector<shown_toast> toasts(count);
+    for (UINT32 index = 0; index < count; ++index) {
+        shown_toast& toast = toasts[index];
+        toast.xml = shown_toast_text(index, 0);
+        toast.tag = shown_toast_text(index, 1);
+        toast.group = shown_toast_text(index, 2);
+        toast.app_id = shown_toast_text(index, 3);
+        BOOL suppress = FALSE, hasExpiration = FALSE;
+        INT64 expiration = 0;
+        check(SIM_CONTROL_FUNCTION(SimRuntime_ShownToastFlags)(index, &suppress, &hasExpiration, &expiration),
+              "SimRuntime_ShownToastFlags");
+        toast.suppress_popup = suppress != FALSE;
+        if (hasExpiration) toast.expiration_time = expiration;
+    }
+    return toasts;
+}
+
+inline toast_handler_counts handler_counts(UINT32 index) {
+    toast_handler_counts counts;
+    check(SIM_CONTROL_FUNCTION(SimRuntime_ToastHandlerCounts)(index, &counts.activated, &counts.dismissed,
+                                                              &counts.failed),
+          "SimRuntime_ToastHandlerCounts");
+    return counts;
+}
+
+// Each returns what the handlers returned.
+inline HRESULT raise_activated(UINT32 index, const wchar_t* arguments, const wchar_t* replyText = nullptr) {
+    HRESULT handlers = S_OK;
+    check(SIM_CONTROL_FUNCTION(SimRuntime_RaiseToastActivated)(index, arguments, replyText, &handlers),
+          "SimRuntime_RaiseToastActivated");
+    return handlers;
+}
+
+inline HRESULT raise_dismissed(UINT32 index, INT32 reason) {
+    HRESULT handlers = S_OK;
+    check(SIM_CONTROL_FUNCTION(SimRuntime_RaiseToastDismissed)(index, reason, &handlers),
+          "SimRuntime_RaiseToastDismissed");
+    return handlers;
+}
+
+inline HRESULT raise_failed(UINT32 index, HRESULT errorCode) {
+    HRESULT handlers = S_OK;
+    check(SIM_CONTROL_FUNCTION(SimRuntime_RaiseToastFailed)(index, errorCode, &handlers),
+          "SimRuntime_RaiseToastFailed");
+    return handlers;
+}
+
+}  // namespace sim_control

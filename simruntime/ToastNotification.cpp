@@ -1,0 +1,273 @@
+// Windows.UI.Notifications.ToastNotification, its factory and its event arguments.
+#include "SimToastNotification.h"
+
+#include <windows.h>
+
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "ClassNames.h"
+#include "ClassTable.h"
+#include "HString.h"
+#include "SimCall.h"
+#include "SimMethods.h"
+#include "SimPropertyValue.h"
+#include "SimValueSet.h"
+
+namespace {
+
+// The input box of a reply toast carries this id.
+constexpr wchar_t kReplyInputId[] = L"textBox";
+
+class activated_args final
+    : public sim::object<activated_args, rt::IToastActivatedEventArgs, rt::IToastActivatedEventArgs2> {
+public:
+    static constexpr const wchar_t* runtime_class_name = L"Windows.UI.Notifications.ToastActivatedEventArgs";
+
+    activated_args(std::wstring arguments, rt::com_ptr<rt::IPropertySet> user_input)
+        : arguments_(std::move(arguments)), user_input_(std::move(user_input)) {}
+
+    HRESULT STDMETHODCALLTYPE get_Arguments(HSTRING* value) override {
+        return sim::text_result(L"ToastActivatedEventArgs.get_Arguments", arguments_, value);
+    }
+    HRESULT STDMETHODCALLTYPE get_UserInput(rt::IPropertySet** value) override {
+        if (!value) return E_POINTER;
+        *value = nullptr;
+        return sim::run_call(L"ToastActivatedEventArgs.get_UserInput", L"",
+                             [&] { *value = rt::com_ptr<rt::IPropertySet>(user_input_).detach(); });
+    }
+
+private:
+    const std::wstring arguments_;
+    const rt::com_ptr<rt::IPropertySet> user_input_;
+};
+
+class dismissed_args final : public sim::object<dismissed_args, rt::IToastDismissedEventArgs> {
+public:
+    static constexpr const wchar_t* runtime_class_name = L"Windows.UI.Notifications.ToastDismissedEventArgs";
+
+    explicit dismissed_args(rt::ToastDismissalReason reason) : reason_(reason) {}
+
+    HRESULT STDMETHODCALLTYPE get_Reason(rt::ToastDismissalReason* value) override {
+        if (!value) return E_POINTER;
+        return sim::run_call(L"ToastDismissedEventArgs.get_Reason", L"", [&] { *value = reason_; });
+    }
+
+private:
+    const rt::ToastDismissalReason reason_;
+};
+
+class failed_args final : public sim::object<failed_args, rt::IToastFailedEventArgs> {
+public:
+    static constexpr const wchar_t* runtime_class_name = L"Windows.UI.Notifications.ToastFailedEventArgs";
+
+    explicit failed_args(HRESULT error_code) : error_code_(error_code) {}
+
+    HRESULT STDMETHODCALLTYPE get_ErrorCode(HRESULT* value) override {
+        if (!value) return E_POINTER;
+        return sim::run_call(L"ToastFailedEventArgs.get_ErrorCode", L"", [&] { *value = error_code_; });
+    }
+
+private:
+    const HRESULT error_code_;
+};
+
+class toast_notification_factory final
+    : public sim::activation_factory<toast_notification_factory, rt::IToastNotificationFactory> {
+public:
+    static constexpr const wchar_t* runtime_class_name = rt::class_name::ToastNotification;
+
+    HRESULT STDMETHODCALLTYPE CreateToastNotification(rt::IXmlDocument* content,
+                                                      rt::IToastNotification** value) override {
+        if (!value) return E_POINTER;
+        *value = nullptr;
+        return sim::run_call(L"ToastNotification.CreateToastNotification", L"", [&]() -> HRESULT {
+            if (!content) return E_INVALIDARG;
+            *value = sim::make<sim::toast_notification>(rt::com_ptr<rt::IXmlDocument>::copy_from(content)).detach();
+            return S_OK;
+        });
+    }
+};
+
+const sim::class_registration registration{rt::class_name::ToastNotification,
+                                           &sim::new_factory<toast_notification_factory>};
+
+std::wstring serialized(const rt::com_ptr<rt::IXmlDocument>& document) {
+    rt::hstring xml;
+    rt::check(document.As<rt::IXmlNodeSerializer>()->GetXml(xml.put()));
+    return xml.str();
+}
+
+}  // namespace
+
+namespace sim {
+
+toast_notification::toast_notification(rt::com_ptr<rt::IXmlDocument> content) : content_(std::move(content)) {}
+
+HRESULT toast_notification::get_Content(rt::IXmlDocument** value) {
+    if (!value) return E_POINTER;
+    *value = nullptr;
+    return run_call(L"ToastNotification.get_Content", L"",
+                    [&] { *value = rt::com_ptr<rt::IXmlDocument>(content_).detach(); });
+}
+
+HRESULT toast_notification::put_ExpirationTime(rt::IReference<rt::DateTime>* value) {
+    return run_call(L"ToastNotification.put_ExpirationTime", L"", [&] {
+        std::lock_guard lock(mutex_);
+        expiration_ = rt::com_ptr<rt::IReference<rt::DateTime>>::copy_from(value);
+    });
+}
+
+HRESULT toast_notification::get_ExpirationTime(rt::IReference<rt::DateTime>** value) {
+    if (!value) return E_POINTER;
+    *value = nullptr;
+    return run_call(L"ToastNotification.get_ExpirationTime", L"", [&] {
+        std::lock_guard lock(mutex_);
+        *value = rt::com_ptr<rt::IReference<rt::DateTime>>(expiration_).detach();
+    });
+}
+
+std::wstring toast_notification::locked_copy(const std::wstring& text) {
+    std::lock_guard lock(mutex_);
+    return text;
+}
+
+template <class Handler>
+HRESULT toast_notification::add_handler(const wchar_t* method, handler_table<Handler>& table, Handler* handler,
+                                        rt::EventRegistrationToken* token) {
+    if (!token) return E_POINTER;
+    return run_call(method, L"", [&]() -> HRESULT {
+        if (!handler) return E_INVALIDARG;
+        std::lock_guard lock(mutex_);
+        token->Value = next_token_++;
+        table.emplace(token->Value, rt::com_ptr<Handler>::copy_from(handler));
+        return S_OK;
+    });
+}
+
+// Removing a token that is not registered is no error, as on the platform.
+template <class Handler>
+HRESULT toast_notification::remove_handler(const wchar_t* method, handler_table<Handler>& table,
+                                           rt::EventRegistrationToken token) {
+    return run_call(method, std::to_wstring(token.Value), [&] {
+        rt::com_ptr<Handler> removed;
+        std::lock_guard lock(mutex_);
+        const auto found = table.find(token.Value);
+        if (found == table.end()) return;
+        removed = std::move(found->second);
+        table.erase(found);
+    });
+}
+
+HRESULT toast_notification::add_Dismissed(rt::ToastDismissedHandler* handler, rt::EventRegistrationToken* token) {
+    return add_handler(L"ToastNotification.add_Dismissed", dismissed_, handler, token);
+}
+HRESULT toast_notification::remove_Dismissed(rt::EventRegistrationToken token) {
+    return remove_handler(L"ToastNotification.remove_Dismissed", dismissed_, token);
+}
+HRESULT toast_notification::add_Activated(rt::ToastActivatedHandler* handler, rt::EventRegistrationToken* token) {
+    return add_handler(L"ToastNotification.add_Activated", activated_, handler, token);
+}
+HRESULT toast_notification::remove_Activated(rt::EventRegistrationToken token) {
+    return remove_handler(L"ToastNotification.remove_Activated", activated_, token);
+}
+HRESULT toast_notification::add_Failed(rt::ToastFailedHandler* handler, rt::EventRegistrationToken* token) {
+    return add_handler(L"ToastNotification.add_Failed", failed_, handler, token);
+}
+HRESULT toast_notification::remove_Failed(rt::EventRegistrationToken token) {
+    return remove_handler(L"ToastNotification.remove_Failed", failed_, token);
+}
+
+HRESULT toast_notification::put_text(const wchar_t* method, std::wstring& field, HSTRING value) {
+    return run_call(method, rt::view_of(value), [&] {
+        std::lock_guard lock(mutex_);
+        field = rt::to_wstring(value);
+    });
+}
+
+HRESULT toast_notification::put_Tag(HSTRING value) { return put_text(L"ToastNotification.put_Tag", tag_, value); }
+HRESULT toast_notification::get_Tag(HSTRING* value) {
+    return text_result(L"ToastNotification.get_Tag", locked_copy(tag_), value);
+}
+HRESULT toast_notification::put_Group(HSTRING value) {
+    return put_text(L"ToastNotification.put_Group", group_, value);
+}
+HRESULT toast_notification::get_Group(HSTRING* value) {
+    return text_result(L"ToastNotification.get_Group", locked_copy(group_), value);
+}
+HRESULT toast_notification::put_SuppressPopup(boolean value) {
+    return run_call(L"ToastNotification.put_SuppressPopup", value ? L"true" : L"false", [&] {
+        std::lock_guard lock(mutex_);
+        suppress_popup_ = value != 0;
+    });
+}
+HRESULT toast_notification::get_SuppressPopup(boolean* value) {
+    if (!value) return E_POINTER;
+    return run_call(L"ToastNotification.get_SuppressPopup", L"", [&] {
+        std::lock_guard lock(mutex_);
+        *value = suppress_popup_ ? 1 : 0;
+    });
+}
+
+toast_notification::settings toast_notification::current_settings() {
+    settings current;
+    current.xml = serialized(content_);
+    std::lock_guard lock(mutex_);
+    current.tag = tag_;
+    current.group = group_;
+    current.suppress_popup = suppress_popup_;
+    if (expiration_) {
+        rt::DateTime when{};
+        rt::check(expiration_->get_Value(&when));
+        current.expiration_time = when.UniversalTime;
+    }
+    return current;
+}
+
+toast_handler_counts toast_notification::handler_counts() {
+    std::lock_guard lock(mutex_);
+    return {static_cast<UINT32>(activated_.size()), static_cast<UINT32>(dismissed_.size()),
+            static_cast<UINT32>(failed_.size())};
+}
+
+template <class Handler, class Args>
+HRESULT toast_notification::raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args) {
+    // The handlers run without the lock, holding their own references: a
+    // handler may revoke itself, as the platform allows.
+    std::vector<rt::com_ptr<Handler>> handlers;
+    {
+        std::lock_guard lock(mutex_);
+        for (const auto& [token, handler] : table) handlers.push_back(handler);
+    }
+    const auto self = rt::com_ptr<rt::IToastNotification>::copy_from(this);
+    HRESULT first_failure = S_OK;
+    std::thread([&] {
+        for (const auto& handler : handlers) {
+            const HRESULT result = handler->Invoke(self.get(), args.get());
+            if (FAILED(result) && SUCCEEDED(first_failure)) first_failure = result;
+        }
+    }).join();
+    return first_failure;
+}
+
+HRESULT toast_notification::raise_activated(const std::wstring& arguments,
+                                            const std::optional<std::wstring>& reply_text) {
+    std::vector<std::pair<std::wstring, rt::com_ptr<IInspectable>>> input;
+    if (reply_text) input.emplace_back(kReplyInputId, box_string(*reply_text));
+    const rt::com_ptr<rt::IToastActivatedEventArgs> args = make<activated_args>(arguments, make_value_set(input));
+    return raise(activated_, args);
+}
+
+HRESULT toast_notification::raise_dismissed(rt::ToastDismissalReason reason) {
+    const rt::com_ptr<rt::IToastDismissedEventArgs> args = make<dismissed_args>(reason);
+    return raise(dismissed_, args);
+}
+
+HRESULT toast_notification::raise_failed(HRESULT error_code) {
+    const rt::com_ptr<rt::IToastFailedEventArgs> args = make<failed_args>(error_code);
+    return raise(failed_, args);
+}
+
+}  // namespace sim
