@@ -1,0 +1,114 @@
+#pragma once
+// The process-wide notifier: shows a rendered toast under the application
+// identity and routes the toast's events to its handler.
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "ComPtr.h"
+#include "Foundation.h"
+#include "NotificationTemplate.h"
+#include "Notifications.h"
+
+namespace notification_wrapper {
+
+// Receives the events of one toast, on threads of the notification platform.
+// Slot order as MSVC lays out the vtable (the destructor takes one entry):
+// destructor, on_activated, on_reply, on_dismissed, on_failed. Callers built
+// against that order rely on it; append new operations after on_failed.
+class notification_handler {
+public:
+    virtual ~notification_handler() = default;
+    virtual void on_activated(int button_index) = 0;
+    virtual void on_reply(std::wstring text) = 0;
+    virtual void on_dismissed(int reason) = 0;
+    virtual void on_failed() = 0;
+};
+
+using mono_notification_handler_t = std::shared_ptr<notification_handler>;
+
+enum class notification_event_kind { activated, replied, dismissed, failed };
+
+// What an unnamed_handler's callable receives.
+struct notification_event {
+    notification_event_kind kind = notification_event_kind::activated;
+    int value = 0;      // button index (activated) or dismissal reason (dismissed)
+    std::wstring text;  // reply text (replied)
+};
+
+// Adapts one callable taking a notification_event.
+template <typename F>
+class unnamed_handler final : public notification_handler {
+public:
+    explicit unnamed_handler(F callable) : callable_(std::move(callable)) {}
+
+    void on_activated(int button_index) override {
+        callable_(notification_event{notification_event_kind::activated, button_index, {}});
+    }
+    void on_reply(std::wstring text) override {
+        callable_(notification_event{notification_event_kind::replied, 0, std::move(text)});
+    }
+    void on_dismissed(int reason) override {
+        callable_(notification_event{notification_event_kind::dismissed, reason, {}});
+    }
+    void on_failed() override { callable_(notification_event{notification_event_kind::failed, 0, {}}); }
+
+private:
+    F callable_;
+};
+
+class notification {
+public:
+    // Never destroyed: toasts on screen may still raise events while the
+    // process unloads its modules.
+    static notification& instance();
+
+    notification(const notification&) = delete;
+    notification& operator=(const notification&) = delete;
+
+    // Written by the push box on every call, read by show; one host thread at a time.
+    bool initialised = false;
+    bool attribution_enabled = false;
+    std::wstring display_name;
+    std::wstring app_id;
+
+    // The notification id, or -1 with `error` set (error may be null).
+    // Windows Runtime failures are thrown as rt::hresult_error.
+    int64_t show_impl(const notification_template& toast, mono_notification_handler_t handler,
+                      notification_error* error);
+
+    template <typename F>
+    int64_t show(const notification_template& toast, F callable, notification_error* error) {
+        return show_impl(toast, std::make_shared<unnamed_handler<F>>(std::move(callable)), error);
+    }
+
+    // Toasts shown and not yet activated, dismissed or failed.
+    size_t active_count() const;
+    void clear_active();
+
+    // Ends the life of toast `id` in the table and revokes its event
+    // registrations; the events call it, so may any owner.
+    void remove(int64_t id);
+
+private:
+    struct entry {
+        mono_notification_handler_t handler;
+        rt::com_ptr<rt::IToastNotification> toast;
+        rt::EventRegistrationToken activated_token{};
+        rt::EventRegistrationToken dismissed_token{};
+        rt::EventRegistrationToken failed_token{};
+        int64_t expiry_seconds = 0;  // since 1970; 0: no expiry
+        bool finished = false;
+        bool unhooked = false;
+    };
+
+    notification() = default;
+
+    mutable std::mutex active_lock_;
+    std::map<int64_t, entry> active_;
+};
+
+}  // namespace notification_wrapper
