@@ -19,6 +19,12 @@ case "$action" in
     # Detached from our pipes: a wine service that inherits them makes CTest hang.
     "$server" -p </dev/null >/dev/null 2>&1 || true
     "$loader" wineboot -u </dev/null >/dev/null 2>&1 || true
+    # Toasts get hero images, audio and a scenario only on Windows 10; the
+    # programs that show push boxes run as Windows 10, every other one keeps
+    # the prefix's version (the OS probe tests set that one themselves).
+    for program in toast_tests.exe PushBoxDemo.exe; do
+      "$loader" reg add "HKCU\\Software\\Wine\\AppDefaults\\$program" /v Version /d win10 /f </dev/null >/dev/null 2>&1
+    done
     if [ -f "$build/bin/SimRuntime.dll" ]; then
       "$loader" regsvr32 /s "$build/bin/SimRuntime.dll" </dev/null >/dev/null 2>&1
     fi

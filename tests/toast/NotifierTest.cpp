@@ -1,0 +1,283 @@
+// Showing toasts and receiving their events, through the push-box exports and
+// the notifier, against the simulated notification centre reached by activation.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cwctype>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "HostLogFile.h"
+#include "NotificationWrapper.h"
+#include "NotificationWrapperMgr.h"
+#include "RuntimeError.h"
+#include "SimToastControl.h"
+#include "TempFolder.h"
+#include "TestMain.h"
+#include "ToastXmlText.h"
+
+namespace {
+
+using notification_wrapper::notification;
+using notification_wrapper::notification_error;
+using notification_wrapper::notification_event;
+using notification_wrapper::notification_event_kind;
+using notification_wrapper::notification_template;
+
+constexpr wchar_t kAppId[] = L"MalvornVideo.Orvale.v1";
+constexpr int64_t kTicksPerMillisecond = 10'000;
+
+bool IsDecimal(const std::wstring& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](wchar_t c) { return std::iswdigit(c); });
+}
+
+std::wstring RegistryString(const std::wstring& subKey, const wchar_t* name) {
+    wchar_t data[512] = {};
+    DWORD bytes = sizeof(data);
+    if (RegGetValueW(HKEY_CURRENT_USER, subKey.c_str(), name, RRF_RT_REG_SZ, nullptr, data, &bytes) != ERROR_SUCCESS) {
+        return {};
+    }
+    return data;
+}
+
+int64_t NowTicks() {
+    FILETIME now = {};
+    GetSystemTimePreciseAsFileTime(&now);
+    return static_cast<int64_t>((static_cast<uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime);
+}
+
+// What a toast's handler received, and on which threads.
+struct EventRecord {
+    std::mutex mutex;
+    std::vector<notification_event> events;
+    std::vector<DWORD> threads;
+};
+
+struct EventSummary {
+    notification_event_kind kind;
+    int value;
+    std::wstring text;
+    bool operator==(const EventSummary&) const = default;
+};
+
+std::vector<EventSummary> Summaries(EventRecord& record) {
+    std::lock_guard lock(record.mutex);
+    std::vector<EventSummary> summaries;
+    for (const auto& event : record.events) summaries.push_back({event.kind, event.value, event.text});
+    return summaries;
+}
+
+void PrintTo(const EventSummary& event, std::ostream* out) {
+    *out << "{kind " << static_cast<int>(event.kind) << ", value " << event.value << ", text "
+         << WideToUtf8Text(event.text) << "}";
+}
+
+class Notifier : public ::testing::Test {
+protected:
+    void SetUp() override { sim_control::reset(); }
+
+    // The first push box of the process is what starts the notifier.
+    void StartThroughPushBox() {
+        ASSERT_TRUE(NotificationSetToPushBox(L"start", L"", nullptr, nullptr));
+        sim_control::reset();
+    }
+
+    // Shows `toast` with a handler that records its events; the id.
+    int64_t ShowRecorded(const notification_template& toast) {
+        notification_error error = notification_error::not_initialised;
+        const int64_t id = notification::instance().show(
+            toast,
+            [record = record_](const notification_event& event) {
+                std::lock_guard lock(record->mutex);
+                record->events.push_back(event);
+                record->threads.push_back(GetCurrentThreadId());
+            },
+            &error);
+        EXPECT_EQ(error, notification_error::none);
+        return id;
+    }
+
+    std::shared_ptr<EventRecord> record_ = std::make_shared<EventRecord>();
+};
+
+// Needs a process in which no push box ran yet: CTest runs each test alone.
+TEST_F(Notifier, RefusesToShowBeforeThePushBoxStartedIt) {
+    if (notification::instance().initialised) GTEST_SKIP() << "a push box already ran in this process";
+    notification_error error = notification_error::none;
+    EXPECT_EQ(notification::instance().show(
+                  notification_template(), [](const notification_event&) {}, &error),
+              -1);
+    EXPECT_EQ(error, notification_error::not_initialised);
+    EXPECT_TRUE(sim_control::shown_toasts().empty());
+}
+
+TEST_F(Notifier, PushBoxShowsWithoutBannerUnderTheClientsIdentity) {
+    HostLogCursor cursor(TestLogPath());
+    ASSERT_TRUE(NotificationSetToPushBox(L"Title", L"Body", nullptr, L"orvale://open?from=push&x=1"));
+    ASSERT_TRUE(NotificationSetToPushBoxWithTag(L"Second", L"Body", L"", L"", L"given-tag"));
+    ASSERT_TRUE(NotificationSetToPushBoxWithTag(nullptr, nullptr, nullptr, nullptr, nullptr));
+
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), 3u);
+    for (const auto& toast : shown) {
+        EXPECT_EQ(toast.app_id, kAppId);
+        EXPECT_TRUE(toast.suppress_popup);
+        EXPECT_FALSE(toast.expiration_time.has_value());
+    }
+    EXPECT_TRUE(IsDecimal(shown[0].tag)) << WideToUtf8Text(shown[0].tag);
+    EXPECT_EQ(shown[1].tag, L"given-tag");
+    EXPECT_TRUE(IsDecimal(shown[2].tag)) << WideToUtf8Text(shown[2].tag);
+    EXPECT_NE(shown[0].tag, shown[2].tag);
+
+    const auto roots = StartTagsNamed(shown[0].xml, L"toast");
+    ASSERT_EQ(roots.size(), 1u) << WideToUtf8Text(shown[0].xml);
+    std::vector<std::wstring> names = roots[0].AttributeNames();
+    const auto firstOwn = std::find(names.begin(), names.end(), L"activationType");
+    EXPECT_EQ(std::vector<std::wstring>(firstOwn, std::min(firstOwn + 3, names.end())),
+              (std::vector<std::wstring>{L"activationType", L"launch", L"template"}));
+    EXPECT_EQ(roots[0].Attribute(L"activationType"), L"protocol");
+    EXPECT_EQ(roots[0].Attribute(L"launch"), L"orvale://open?from=push&x=1");
+    EXPECT_EQ(roots[0].Attribute(L"template"), L"ToastGeneric");
+    EXPECT_FALSE(StartTagsNamed(shown[1].xml, L"toast")[0].Has(L"launch"));
+    EXPECT_EQ(TextsOf(shown[0].xml, L"text"), (std::vector<std::wstring>{L"Title", L"Body"}));
+    const auto audio = StartTagsNamed(shown[0].xml, L"audio");
+    ASSERT_EQ(audio.size(), 1u);
+    EXPECT_EQ(audio[0].Attribute(L"silent"), L"true");
+
+    const std::wstring key = std::wstring(L"Software\\Classes\\AppUserModelId\\") + kAppId;
+    EXPECT_EQ(RegistryString(key, L"DisplayName"), L"Malvorn Video");
+    // Without an image the push box has nothing to log.
+    EXPECT_TRUE(LinesContaining(cursor.NewLines(), "NotificationAPIDLL").empty());
+}
+
+TEST_F(Notifier, PushBoxReportsAFailureToShowAsFalse) {
+    sim_control::fail_next_call(L"ToastNotifier.Show", E_ACCESSDENIED);
+    const size_t before = notification::instance().active_count();
+    HostLogCursor cursor(TestLogPath());
+    EXPECT_FALSE(NotificationSetToPushBox(L"Title", L"Body", nullptr, nullptr));
+
+    EXPECT_TRUE(sim_control::shown_toasts().empty());
+    EXPECT_EQ(notification::instance().active_count(), before);
+    const auto errors = LinesContaining(cursor.NewLines(), "NotificationSetToPushBoxImpl exception, hr=0x80070005");
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].level, 3);
+    EXPECT_EQ(errors[0].message.rfind("[NotificationSetToPushBoxImpl]NotificationSetToPushBoxImpl exception", 0), 0u);
+}
+
+TEST_F(Notifier, AHandlerThatCannotBeAttachedIsError6) {
+    StartThroughPushBox();
+    const size_t before = notification::instance().active_count();
+    notification_error error = notification_error::none;
+    EXPECT_EQ(notification::instance().show_impl(notification_template(), nullptr, &error), -1);
+    EXPECT_EQ(error, notification_error::no_handler);
+
+    sim_control::fail_next_call(L"ToastNotification.add_Failed", E_ACCESSDENIED);
+    try {
+        notification::instance().show(
+            notification_template(), [](const notification_event&) {}, &error);
+        ADD_FAILURE() << "no error";
+    } catch (const rt::hresult_error& e) {
+        EXPECT_EQ(e.code(), E_ACCESSDENIED);
+    }
+    EXPECT_EQ(error, notification_error::no_handler);
+    EXPECT_TRUE(sim_control::shown_toasts().empty());
+    EXPECT_EQ(notification::instance().active_count(), before);
+}
+
+TEST_F(Notifier, EventsArriveOnAnotherThreadAndEndTheToastOnce) {
+    StartThroughPushBox();
+    notification_template reply;
+    reply.reply_box = true;
+    const size_t before = notification::instance().active_count();
+    ShowRecorded(notification_template());
+    ShowRecorded(reply);
+    ShowRecorded(notification_template());
+    ASSERT_EQ(notification::instance().active_count(), before + 3);
+    EXPECT_EQ(sim_control::handler_counts(0), (sim_control::toast_handler_counts{1, 1, 1}));
+
+    EXPECT_EQ(sim_control::raise_activated(0, L"2"), S_OK);
+    EXPECT_EQ(sim_control::raise_activated(1, L"action=reply", L"see you at eight"), S_OK);
+    EXPECT_EQ(sim_control::raise_failed(2, E_FAIL), S_OK);
+
+    EXPECT_EQ(Summaries(*record_),
+              (std::vector<EventSummary>{{notification_event_kind::activated, 2, L""},
+                                         {notification_event_kind::replied, 0, L"see you at eight"},
+                                         {notification_event_kind::failed, 0, L""}}));
+    for (DWORD thread : record_->threads) EXPECT_NE(thread, GetCurrentThreadId());
+    EXPECT_EQ(notification::instance().active_count(), before);
+    for (UINT32 index = 0; index < 3; ++index) {
+        EXPECT_EQ(sim_control::handler_counts(index), sim_control::toast_handler_counts{}) << index;
+    }
+
+    // A late second event of an ended toast reaches no handler.
+    EXPECT_EQ(sim_control::raise_dismissed(0, 0), S_OK);
+    EXPECT_EQ(Summaries(*record_).size(), 3u);
+    for (const wchar_t* method : {L"ToastNotification.remove_Activated", L"ToastNotification.remove_Dismissed",
+                                  L"ToastNotification.remove_Failed"}) {
+        EXPECT_EQ(sim_control::call_count(method), 3u) << WideToUtf8Text(method);
+    }
+}
+
+TEST_F(Notifier, ActivationArgumentsThatAreNoNumberCallNoHandler) {
+    StartThroughPushBox();
+    const size_t before = notification::instance().active_count();
+    ShowRecorded(notification_template());
+    HostLogCursor cursor(TestLogPath());
+
+    EXPECT_TRUE(FAILED(sim_control::raise_activated(0, L"x")));
+
+    EXPECT_TRUE(Summaries(*record_).empty());
+    const auto errors = LinesContaining(cursor.NewLines(), "on_toast_activated unknown exception");
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].level, 3);
+    // The toast is gone from the screen all the same.
+    EXPECT_EQ(notification::instance().active_count(), before);
+    EXPECT_EQ(sim_control::handler_counts(0), sim_control::toast_handler_counts{});
+}
+
+TEST_F(Notifier, ExpiryDecidesWhetherAUserDismissalWasATimeOut) {
+    StartThroughPushBox();
+    notification_template expiresAtOnce, expiresLater;
+    expiresAtOnce.expiration_ms = 1;
+    expiresLater.expiration_ms = 3'600'000;
+    const size_t active = notification::instance().active_count();
+    const int64_t before = NowTicks();
+    ShowRecorded(expiresAtOnce);
+    ShowRecorded(expiresLater);
+    ShowRecorded(notification_template());
+    ShowRecorded(expiresAtOnce);
+    const int64_t after = NowTicks();
+    Sleep(20);
+
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), 4u);
+    ASSERT_TRUE(shown[1].expiration_time.has_value());
+    EXPECT_GE(*shown[1].expiration_time, before + 3'600'000 * kTicksPerMillisecond);
+    EXPECT_LE(*shown[1].expiration_time, after + 3'600'000 * kTicksPerMillisecond);
+    EXPECT_FALSE(shown[2].expiration_time.has_value());
+
+    for (UINT32 index = 0; index < 3; ++index) EXPECT_EQ(sim_control::raise_dismissed(index, 0), S_OK);
+    EXPECT_EQ(sim_control::raise_dismissed(3, 1), S_OK);
+    EXPECT_EQ(Summaries(*record_), (std::vector<EventSummary>{{notification_event_kind::dismissed, 2, L""},
+                                                              {notification_event_kind::dismissed, 0, L""},
+                                                              {notification_event_kind::dismissed, 0, L""},
+                                                              {notification_event_kind::dismissed, 1, L""}}));
+    EXPECT_EQ(notification::instance().active_count(), active);
+}
+
+TEST_F(Notifier, PushBoxToastEndsWithItsEvent) {
+    const size_t before = notification::instance().active_count();
+    ASSERT_TRUE(NotificationSetToPushBox(L"Title", L"Body", nullptr, L"orvale://open"));
+    EXPECT_EQ(notification::instance().active_count(), before + 1);
+
+    EXPECT_EQ(sim_control::raise_activated(0, L"0"), S_OK);
+
+    EXPECT_EQ(notification::instance().active_count(), before);
+    EXPECT_EQ(sim_control::handler_counts(0), sim_control::toast_handler_counts{});
+}
+
+}  // namespace
