@@ -89,8 +89,8 @@ public:
     size_t active_count() const;
     void clear_active();
 
-    // Ends the life of toast `id` in the table and revokes its event
-    // registrations; the events call it, so may any owner.
+    // Takes toast `id` out of the table and revokes its three event
+    // registrations; the first event of each toast calls it.
     void remove(int64_t id);
 
 private:
@@ -101,8 +101,6 @@ private:
         rt::EventRegistrationToken dismissed_token{};
         rt::EventRegistrationToken failed_token{};
         int64_t expiry_seconds = 0;  // since 1970; 0: no expiry
-        bool finished = false;
-        bool unhooked = false;
     };
 
     notification() = default;
