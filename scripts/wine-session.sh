@@ -19,12 +19,12 @@ case "$action" in
     # Detached from our pipes: a wine service that inherits them makes CTest hang.
     "$server" -p </dev/null >/dev/null 2>&1 || true
     "$loader" wineboot -u </dev/null >/dev/null 2>&1 || true
-    # Toasts get hero images, audio and a scenario only on Windows 10; the
-    # programs that show push boxes run as Windows 10, every other one keeps
-    # the prefix's version (the OS probe tests set that one themselves).
-    for program in toast_tests.exe PushBoxDemo.exe; do
-      "$loader" reg add "HKCU\\Software\\Wine\\AppDefaults\\$program" /v Version /d win10 /f </dev/null >/dev/null 2>&1
-    done
+    # The module's own platform: Windows 10 22H2 for every program of the
+    # prefix (Wine reads these values when no Version is pinned; the OS probe
+    # tests set others for a moment and put these back).
+    nt_key='HKLM\Software\Microsoft\Windows NT\CurrentVersion'
+    "$loader" reg add "$nt_key" /v CurrentVersion /d 10.0 /f </dev/null >/dev/null 2>&1
+    "$loader" reg add "$nt_key" /v CurrentBuildNumber /d 19045 /f </dev/null >/dev/null 2>&1
     if [ -f "$build/bin/SimRuntime.dll" ]; then
       "$loader" regsvr32 /s "$build/bin/SimRuntime.dll" </dev/null >/dev/null 2>&1
     fi
