@@ -12,6 +12,7 @@
 #include "ComPtr.h"
 #include "HString.h"
 #include "SimCall.h"
+#include "SimMethods.h"
 #include "SimObject.h"
 #include "SimXmlTree.h"
 #include "XmlDom.h"
@@ -33,8 +34,6 @@ rt::com_ptr<rt::IXmlNode> wrap(const node_ptr& item);
 rt::com_ptr<rt::IXmlNodeList> new_node_list(std::vector<node_ptr> items);
 // The XmlDocument object over a document node.
 rt::com_ptr<rt::IXmlDocument> document_object(node_ptr document);
-
-HRESULT not_simulated(std::wstring_view method);
 
 // `Derived` names itself in the call log: static constexpr const wchar_t* short_name ("XmlElement").
 template <class Derived, class... Own>

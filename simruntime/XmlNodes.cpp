@@ -9,6 +9,7 @@
 #include "ComPtr.h"
 #include "HString.h"
 #include "SimCall.h"
+#include "SimMethods.h"
 #include "SimObject.h"
 #include "SimXmlNodeObject.h"
 #include "SimXmlTree.h"
@@ -240,10 +241,6 @@ rt::com_ptr<rt::IXmlNode> wrap(const node_ptr& item) {
 
 rt::com_ptr<rt::IXmlNodeList> new_node_list(std::vector<node_ptr> items) {
     return rt::com_ptr<rt::IXmlNodeList>(sim::make<node_list>(std::move(items)));
-}
-
-HRESULT not_simulated(std::wstring_view method) {
-    return sim::run_call(method, L"", [] { return E_NOTIMPL; });
 }
 
 }  // namespace sim::xml
