@@ -77,14 +77,20 @@ void GetNtVersionNumbers(uint32_t& major, uint32_t& minor, uint32_t& build) {
     }
 }
 
+bool ReadRtlVersion(OSVERSIONINFOW& info) {
+    info = {};
+    info.dwOSVersionInfoSize = sizeof(info);
+    HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    auto getVersion = ntdll ? reinterpret_cast<RtlGetVersionFn>(GetProcAddress(ntdll, "RtlGetVersion")) : nullptr;
+    if (getVersion == nullptr) return false;
+    getVersion(&info);
+    return true;
+}
+
 bool IsSupportedOsBuild() {
     if (g_osVersion.major == 0) {
-        HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-        auto getVersion = ntdll ? reinterpret_cast<RtlGetVersionFn>(GetProcAddress(ntdll, "RtlGetVersion")) : nullptr;
-        if (getVersion == nullptr) return false;  // not cached: the next call tries again
-        OSVERSIONINFOW info = {};
-        info.dwOSVersionInfoSize = sizeof(info);
-        getVersion(&info);
+        OSVERSIONINFOW info;
+        if (!ReadRtlVersion(info)) return false;  // not cached: the next call tries again
         uint32_t major = info.dwMajorVersion, minor = info.dwMinorVersion, build = info.dwBuildNumber;
         GetNtVersionNumbers(major, minor, build);
         g_osVersion = {major, minor, build};

@@ -2,18 +2,14 @@
 
 #include <windows.h>
 
+#include "OsVersion.h"
+
 namespace notification_wrapper {
 
 os_version_numbers read_os_version_numbers() {
-    using RtlGetVersionFn = LONG(WINAPI*)(OSVERSIONINFOW*);
     // Left zero when the export is missing, so every probe then answers "old".
-    OSVERSIONINFOW info = {};
-    info.dwOSVersionInfoSize = sizeof(info);
-    HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    auto getVersion = ntdll ? reinterpret_cast<RtlGetVersionFn>(
-                                  reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")))
-                            : nullptr;
-    if (getVersion) getVersion(&info);
+    OSVERSIONINFOW info;
+    ReadRtlVersion(info);
     return {info.dwMajorVersion, info.dwBuildNumber};
 }
 
