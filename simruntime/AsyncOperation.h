@@ -10,12 +10,12 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "AbiValue.h"
 #include "ComPtr.h"
+#include "DetachedThread.h"
 #include "Foundation.h"
 #include "RuntimeError.h"
 #include "SimObject.h"
@@ -52,10 +52,10 @@ public:
 
     void start() {
         if (plan_.outcome == rt::AsyncStatus::Started) return;
-        std::thread([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
+        run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
             Sleep(self->plan_.delay_ms);
             self->run_to_end();
-        }).detach();
+        });
     }
 
     HRESULT STDMETHODCALLTYPE get_Id(UINT32* id) override {
@@ -79,9 +79,9 @@ public:
             handler = std::move(completedHandler_);
         }
         if (handler) {
-            std::thread([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
+            run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
                 handler->Invoke(self.get(), rt::AsyncStatus::Canceled);
-            }).detach();
+            });
         }
         return S_OK;
     }
