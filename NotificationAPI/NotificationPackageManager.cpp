@@ -147,7 +147,8 @@ rt::com_ptr<rt::DeploymentOperation> StartRemovePackage(rt::IPackageManager* pac
 
 // Empty when the package went away; otherwise the code that ends the uninstall,
 // which may be a success code the platform reported for a cancelled removal.
-std::optional<HRESULT> RemovePackage(rt::IPackageManager* packageManager, const std::wstring& fullName, std::uint32_t timeoutMs) {
+std::optional<HRESULT> RemovePackage(rt::IPackageManager* packageManager, const std::wstring& fullName,
+                                     std::uint32_t timeoutMs) {
     HOST_LOG_INFO(kUninstallFunction, L"[{}]UninstallNotificationPackage: removing {}, timeoutMs={}",
                   kUninstallFunction, fullName, timeoutMs);
     const auto operation = StartRemovePackage(packageManager, fullName);
