@@ -127,11 +127,17 @@ void RunRawNotificationAction(const std::wstring& action, const std::wstring& gu
 extern "C" void Orvale_LoadModule_WinMain(HINSTANCE instance, HINSTANCE previousInstance, LPWSTR commandLine,
                                           int showCommand) {
     InitLogModule(instance, previousInstance, commandLine, showCommand);
-    const std::wstring action = GetCommandLineParam(L"action");
-    if (!action.empty()) {
-        HandleActionEntry(action, GetCommandLineParam(L"guid"));
-    } else {
-        RunPackageJob();
+    try {
+        const std::wstring action = GetCommandLineParam(L"action");
+        if (!action.empty()) {
+            HandleActionEntry(action, GetCommandLineParam(L"guid"));
+        } else {
+            RunPackageJob();
+        }
+    } catch (...) {
+        HOST_LOG_ERROR(kEntryFunction, L"[{}]Orvale_LoadModule_WinMain unknown exception", kEntryFunction);
     }
+    // Outside the guard: a failed join of a report thread is the one error
+    // that leaves the entry.
     FlushLogData();
 }
