@@ -9,7 +9,7 @@
 #include <memory>
 #include <type_traits>
 
-#include "../Orvale.Notification.msix/UniqueHandle.h"
+#include "UniqueHandle.h"
 #include "AbiValue.h"
 #include "ComPtr.h"
 #include "Delegate.h"

@@ -1,5 +1,6 @@
 #pragma once
-// Owners of Win32 handles, registry keys and mapped views: released on every path.
+// Owners of Win32 handles, registry keys and mapped views: released on every
+// path. Plain Win32, below every other layer.
 #include <windows.h>
 
 #include <utility>
