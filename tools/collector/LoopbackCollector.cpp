@@ -1,0 +1,176 @@
+#include "LoopbackCollector.h"
+
+#include <chrono>
+#include <optional>
+
+#include "HttpRequest.h"
+#include "LoopbackSocket.h"
+#include "ReportBody.h"
+
+namespace {
+
+const char* ReasonPhrase(int status) {
+    switch (status) {
+        case 200: return "OK";
+        case 204: return "No Content";
+        case 400: return "Bad Request";
+        case 404: return "Not Found";
+        case 500: return "Internal Server Error";
+        case 503: return "Service Unavailable";
+        default: return "Status";
+    }
+}
+
+// The text that goes back with a status: the problem of a rejected request
+// helps whoever reads the client's log.
+std::string Response(int status, const std::string& text) {
+    std::string response = "HTTP/1.1 " + std::to_string(status) + " " + ReasonPhrase(status) + "\r\n";
+    if (status != 204 && status != 304) {
+        response += "Content-Type: text/plain; charset=utf-8\r\nContent-Length: " + std::to_string(text.size()) +
+                    "\r\n";
+    }
+    response += "Connection: close\r\n\r\n";
+    if (status != 204 && status != 304) response += text;
+    return response;
+}
+
+std::string RequestProblem(const HttpRequest& request, InspectedReport& report) {
+    if (request.method != "POST") return "method " + request.method + ", not POST";
+    if (request.path != "/collect") return "path " + request.path + ", not /collect";
+    if (!request.problem.empty()) return request.problem;
+    report = InspectReportBody(request.body);
+    return report.problem;
+}
+
+bool IsAccepted(const LoopbackCollector::ReceivedReport& report) {
+    return report.answered && report.answer.status == 200 && report.problem.empty();
+}
+
+}  // namespace
+
+LoopbackCollector::LoopbackCollector(unsigned short port)
+    : winsock_(std::make_unique<WinsockSession>()),
+      listener_(std::make_unique<UniqueSocket>(ListenOnLoopback(port))),
+      port_(LocalPort(listener_->get())),
+      acceptThread_([this] { AcceptConnections(); }) {}
+
+LoopbackCollector::~LoopbackCollector() {
+    {
+        std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    changed_.notify_all();
+    acceptThread_.join();
+    for (auto& connection : connections_) connection.thread.join();
+}
+
+std::wstring LoopbackCollector::HostMapping(const std::wstring& hostName) const {
+    return hostName + L"=127.0.0.1:" + std::to_wstring(port_);
+}
+
+void LoopbackCollector::AnswerWith(int status) {
+    std::lock_guard lock(mutex_);
+    defaultStatus_ = status;
+}
+
+void LoopbackCollector::QueueAnswer(Answer answer) {
+    std::lock_guard lock(mutex_);
+    queued_.push_back(answer);
+}
+
+std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Received() const {
+    std::lock_guard lock(mutex_);
+    return received_;
+}
+
+std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Accepted() const {
+    std::lock_guard lock(mutex_);
+    std::vector<ReceivedReport> accepted;
+    for (const auto& report : received_) {
+        if (IsAccepted(report)) accepted.push_back(report);
+    }
+    return accepted;
+}
+
+bool LoopbackCollector::WaitForReceived(size_t count, unsigned timeoutMs) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return received_.size() >= count; });
+}
+
+bool LoopbackCollector::WaitForAccepted(size_t count, unsigned timeoutMs) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return AcceptedCount() >= count; });
+}
+
+std::string LoopbackCollector::CheckReportBody(const std::string& body) { return InspectReportBody(body).problem; }
+
+size_t LoopbackCollector::AcceptedCount() const {
+    size_t count = 0;
+    for (const auto& report : received_) count += IsAccepted(report) ? 1 : 0;
+    return count;
+}
+
+void LoopbackCollector::AcceptConnections() {
+    while (WaitReadable(listener_->get(), stopping_)) {
+        UniqueSocket client(accept(listener_->get(), nullptr, nullptr));
+        JoinFinishedConnections();
+        if (!client.valid()) continue;
+        Connection& connection = connections_.emplace_back();
+        connection.thread = std::thread([this, &connection, client = std::move(client)] {
+            Serve(client);
+            connection.finished = true;
+        });
+    }
+}
+
+// A collector that runs for hours must not keep a thread object per report.
+void LoopbackCollector::JoinFinishedConnections() {
+    for (auto it = connections_.begin(); it != connections_.end();) {
+        if (!it->finished) {
+            ++it;
+            continue;
+        }
+        it->thread.join();
+        it = connections_.erase(it);
+    }
+}
+
+void LoopbackCollector::Serve(const UniqueSocket& client) {
+    const std::optional<HttpRequest> request = ReadHttpRequest(client.get(), stopping_);
+    if (!request) return;
+    InspectedReport report;
+    const std::string problem = RequestProblem(*request, report);
+
+    size_t index;
+    Answer answer;
+    {
+        std::lock_guard lock(mutex_);
+        answer = problem.empty() ? NextAnswer() : Answer::Now(400);
+        index = received_.size();
+        received_.push_back({request->method, request->path, request->contentType, request->body, problem, answer,
+                             false, report.message});
+    }
+    changed_.notify_all();
+
+    if (answer.kind == Answer::Kind::Drop) return;
+    if (answer.kind == Answer::Kind::Late && !WaitLate(answer.delayMs)) return;
+    const bool sent = SendAll(client.get(), Response(answer.status, problem.empty() ? "ok" : problem));
+    shutdown(client.get(), SD_SEND);
+    {
+        std::lock_guard lock(mutex_);
+        received_[index].answered = sent;
+    }
+    changed_.notify_all();
+}
+
+LoopbackCollector::Answer LoopbackCollector::NextAnswer() {
+    if (queued_.empty()) return Answer::Now(defaultStatus_);
+    const Answer next = queued_.front();
+    queued_.pop_front();
+    return next;
+}
+
+bool LoopbackCollector::WaitLate(unsigned delayMs) {
+    std::unique_lock lock(mutex_);
+    return !changed_.wait_for(lock, std::chrono::milliseconds(delayMs), [this] { return stopping_.load(); });
+}

@@ -1,0 +1,105 @@
+#pragma once
+// A telemetry collector on 127.0.0.1 for tests, tools and the demo. Each
+// connection carries one POST of a report to /collect; the collector answers
+// it as planned and records it. Requests that are not a POST to /collect with
+// a well-formed report are answered 400 at once and never take a planned
+// answer, so a plan scripts the answers to reports only.
+#include <json/value.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+class UniqueSocket;
+class WinsockSession;
+
+class LoopbackCollector {
+public:
+    struct Answer {
+        enum class Kind {
+            Status,  // answer `status` at once
+            Late,    // wait delayMs, then answer `status` (given up when the collector stops)
+            Drop,    // close the connection without answering
+        };
+        Kind kind = Kind::Status;
+        int status = 200;
+        unsigned delayMs = 0;
+
+        static Answer Now(int status) { return {Kind::Status, status, 0}; }
+        static Answer After(unsigned delayMs, int status = 200) { return {Kind::Late, status, delayMs}; }
+        static Answer Dropped() { return {Kind::Drop, 0, 0}; }
+    };
+
+    struct ReceivedReport {
+        std::string method;
+        std::string path;
+        std::string contentType;
+        std::string body;
+        std::string problem;  // empty when the request is a POST to /collect with a well-formed report
+        Answer answer;        // what the collector does with it
+        bool answered = false;  // the status line went out (never for Drop; late only after the wait)
+        Json::Value message;    // the decoded message object, null when there is a problem
+    };
+
+    // Listens on 127.0.0.1:port, 0 for a free port; throws std::runtime_error
+    // when it cannot.
+    explicit LoopbackCollector(unsigned short port = 0);
+    LoopbackCollector(const LoopbackCollector&) = delete;
+    LoopbackCollector& operator=(const LoopbackCollector&) = delete;
+    // Stops listening, gives up late answers and joins every thread.
+    ~LoopbackCollector();
+
+    unsigned short Port() const { return port_; }
+    // "hostName=127.0.0.1:PORT": one entry of SIMRUNTIME_HTTP_HOSTS.
+    std::wstring HostMapping(const std::wstring& hostName) const;
+
+    // The answer to every report from now on that no queued answer covers (200 at first).
+    void AnswerWith(int status);
+    // Answers to the next reports, in the order they arrive.
+    void QueueAnswer(Answer answer);
+
+    // Every request in arrival order, recorded as soon as it was read.
+    std::vector<ReceivedReport> Received() const;
+    // The well-formed reports answered 200.
+    std::vector<ReceivedReport> Accepted() const;
+    bool WaitForReceived(size_t count, unsigned timeoutMs) const;
+    bool WaitForAccepted(size_t count, unsigned timeoutMs) const;
+
+    // The problem of a report body, empty when it is exactly what the collector expects.
+    static std::string CheckReportBody(const std::string& body);
+
+private:
+    struct Connection {
+        std::thread thread;
+        std::atomic<bool> finished{false};
+    };
+
+    void AcceptConnections();
+    void JoinFinishedConnections();
+    void Serve(const UniqueSocket& client);
+    Answer NextAnswer();
+    // False when the collector stopped during the wait.
+    bool WaitLate(unsigned delayMs);
+    size_t AcceptedCount() const;
+
+    std::unique_ptr<WinsockSession> winsock_;
+    std::unique_ptr<UniqueSocket> listener_;
+    unsigned short port_ = 0;
+    std::atomic<bool> stopping_{false};
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    int defaultStatus_ = 200;
+    std::deque<Answer> queued_;
+    std::vector<ReceivedReport> received_;
+
+    std::list<Connection> connections_;  // only the accepting thread touches it until it is joined
+    std::thread acceptThread_;
+};
