@@ -1,8 +1,7 @@
 #include "PackageJobs.h"
 
-// Placeholders, deliberately silent: the jobs need the package manager,
-// background-task registration and telemetry, which are not built yet.
+// Placeholders, deliberately silent: the jobs need background-task
+// registration, which is not built yet.
 void RunInstallJob() {}
 void RunUninstallJob() {}
 void RunMaintenanceJob() {}
-void DrainReports() {}

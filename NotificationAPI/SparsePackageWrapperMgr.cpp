@@ -10,6 +10,7 @@
 #include "HostLog.h"
 #include "OrvaleBase.h"
 #include "PackageJobs.h"
+#include "ReportDrain.h"
 #include "ZoLog.h"
 
 namespace {

@@ -104,6 +104,9 @@ public:
     // The message is the system's text for the code.
     explicit hresult_error(HRESULT code) : code_(code), message_(system_message(code)) {}
 
+    // A failure of this code's own, with its own message.
+    hresult_error(HRESULT code, std::wstring message) : code_(code), message_(std::move(message)) {}
+
     // The message comes from `info` when it describes this code.
     hresult_error(HRESULT code, IRestrictedErrorInfo* info) : code_(code), message_(restricted_message(code, info)) {
         if (message_.empty()) message_ = system_message(code);
