@@ -29,6 +29,9 @@ HostRun HostSandbox::Run(const std::wstring& arguments, EnvironmentOverrides env
     environment.emplace(L"ORVALE_STANDALONE_LOG", logPath());
     environment.emplace(L"ORVALE_STANDALONE_SERVICE_RECORD", serviceRecordPath());
     environment.emplace(L"ORVALE_STANDALONE_APPDATA", appDataPath());
+    // Without a device identifier the closing drain leaves the prefix's one
+    // report folder alone; tests of the report road give one.
+    environment.emplace(L"ORVALE_STANDALONE_DEVICE_GUID", L"");
     HostRun run;
     const std::wstring commandLine = L"\"" + hostPath() + L"\"" + (arguments.empty() ? L"" : L" " + arguments);
     run.process = RunProcess(commandLine, environment);
