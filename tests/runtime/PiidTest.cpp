@@ -10,6 +10,7 @@
 #include "Deployment.h"
 #include "Foundation.h"
 #include "Notifications.h"
+#include "Storage.h"
 #include "XmlDom.h"
 
 namespace {
@@ -137,5 +138,20 @@ TEST(RuntimePiid, InstancesOfOtherAreasThroughStandIns) {
          "14da7de7-40df-5d4c-823f-cf310625ad39"},
         {"IVectorView<ScheduledToastNotification>", rt::IVectorView<ScheduledToast>::iid,
          "ba0aff1f-6a8a-5a7e-a9f7-505b6266a436"},
+    });
+}
+
+TEST(RuntimePiid, StorageInstancesFromTheDeclaredTypes) {
+    expect_listed({
+        {"IAsyncOperation<StorageFolder>", rt::IAsyncOperation<rt::StorageFolder>::iid,
+         "6be9e7d7-e83a-5cbc-802c-1768960b52c3"},
+        {"AsyncOperationCompletedHandler<StorageFolder>", rt::AsyncOperationCompletedHandler<rt::StorageFolder>::iid,
+         "c211026e-9e63-5452-ba54-3a07d6a96874"},
+        {"IAsyncOperation<StorageFile>", rt::IAsyncOperation<rt::StorageFile>::iid, "5e52f8ce-aced-5a42-95b4-f674dd84885e"},
+        {"AsyncOperationCompletedHandler<StorageFile>", rt::AsyncOperationCompletedHandler<rt::StorageFile>::iid,
+         "e521c894-2c26-5946-9e61-2b5e188d01ed"},
+        {"IAsyncOperation<IBuffer>", rt::IAsyncOperation<rt::IBuffer>::iid, "3bee8834-b9a7-5a80-a746-5ef097227878"},
+        {"AsyncOperationCompletedHandler<IBuffer>", rt::AsyncOperationCompletedHandler<rt::IBuffer>::iid,
+         "51c3d2fd-b8a1-5620-b746-7ee6d533aca3"},
     });
 }
