@@ -1,0 +1,63 @@
+#pragma once
+// How tests steer the simulated launcher and read what it launched (beside
+// SimRuntimeControl.h). Failures of the calls themselves are injected with
+// sim_control::fail_next_call (L"Launcher.LaunchUriAsync",
+// L"Launcher.QueryUriSupportAsync", L"Launcher.GetActivationFactory").
+// Host processes are steered through their environment instead:
+// SIMRUNTIME_LAUNCHED_URIS_FILE (each launch appended as one UTF-8 line) and
+// SIMRUNTIME_LAUNCH_RESULT ("true", "false" or "error:0x80070005"), which a
+// result set here overrides.
+#include <windows.h>
+#include <hstring.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "HString.h"
+#include "SimRuntimeControl.h"
+
+extern "C" {
+// The `index`-th URI launched since the last reset, as its handler received
+// it (the raw text); S_FALSE and null past the end. Refused and failed
+// launches are not recorded.
+HRESULT SimRuntime_LaunchedUri(UINT32 index, HSTRING* uri);
+// Every launch from now on yields `launched`, or, when `failure` is an error,
+// ends as Error with it.
+HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure);
+// QueryUriSupportAsync answers `status` for the scheme (any letter case),
+// whatever is installed. Unsteered schemes are AppUnavailable, except
+// "orvale-notification", which is Available while the notification package
+// is registered.
+HRESULT SimRuntime_SetUriSchemeSupport(const wchar_t* scheme, INT32 status);
+}
+
+namespace sim_control {
+
+inline std::vector<std::wstring> launched_uris() {
+    std::vector<std::wstring> uris;
+    for (UINT32 index = 0;; ++index) {
+        rt::hstring uri;
+        const HRESULT read = SIM_CONTROL_FUNCTION(SimRuntime_LaunchedUri)(index, uri.put());
+        check(read, "SimRuntime_LaunchedUri");
+        if (read == S_FALSE) return uris;
+        uris.push_back(uri.str());
+    }
+}
+
+inline void set_launch_result(bool launched) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetLaunchResult)(launched ? TRUE : FALSE, S_OK),
+          "SimRuntime_SetLaunchResult");
+}
+
+inline void set_launch_failure(HRESULT failure) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetLaunchResult)(FALSE, failure), "SimRuntime_SetLaunchResult");
+}
+
+// `status` is a LaunchQuerySupportStatus: 0 Available ... 4 Unknown.
+inline void set_uri_scheme_support(const std::wstring& scheme, std::int32_t status) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetUriSchemeSupport)(scheme.c_str(), status),
+          "SimRuntime_SetUriSchemeSupport");
+}
+
+}  // namespace sim_control
