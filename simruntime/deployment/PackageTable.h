@@ -1,7 +1,9 @@
 #pragma once
 // The packages registered for the current user, what the package file holds,
 // and what tests planned for package operations. Guarded by sim::state_mutex()
-// and cleared by SimRuntime_Reset.
+// and cleared by SimRuntime_Reset. When SIMRUNTIME_PACKAGE_TABLE_FILE names a
+// file, the registrations and the package file's identity are kept there
+// (PackageTableFile.h), read before and written after every operation.
 #include <string>
 #include <string_view>
 #include <vector>
