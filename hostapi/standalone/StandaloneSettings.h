@@ -16,6 +16,8 @@ inline constexpr wchar_t kPushResultVariable[] = L"ORVALE_STANDALONE_PUSH_RESULT
 inline constexpr wchar_t kDeviceGuidVariable[] = L"ORVALE_STANDALONE_DEVICE_GUID";
 // "1" puts the host's configuration reader into its optimised mode.
 inline constexpr wchar_t kConfigReaderOptVariable[] = L"ORVALE_STANDALONE_KIVCACHE_OPT";
+// "null": the experiment module's getter hands out no service.
+inline constexpr wchar_t kJxServiceVariable[] = L"ORVALE_STANDALONE_JX_SERVICE";
 
 // Value of an environment variable; nullopt when it is not set at all.
 std::optional<std::wstring> ReadVariable(const wchar_t* name);
