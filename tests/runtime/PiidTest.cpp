@@ -9,6 +9,7 @@
 #include "Collections.h"
 #include "Deployment.h"
 #include "Foundation.h"
+#include "Launcher.h"
 #include "Notifications.h"
 #include "Storage.h"
 #include "XmlDom.h"
@@ -48,15 +49,12 @@ struct StorageFile : rt::runtime_class<"Windows.Storage.StorageFile", IStorageFi
 struct HttpResponseMessage : rt::runtime_class<"Windows.Web.Http.HttpResponseMessage", IHttpResponseMessageStandIn> {};
 struct ScheduledToast
     : rt::runtime_class<"Windows.UI.Notifications.ScheduledToastNotification", IScheduledToastNotificationStandIn> {};
-enum class LaunchQuerySupportStatus : std::int32_t {};
 enum class HttpProgressStage : std::int32_t {};
 struct HttpProgress {};
 
 }  // namespace
 
 namespace rt {
-template <>
-struct signature<LaunchQuerySupportStatus> : enum_signature<"Windows.System.LaunchQuerySupportStatus", LaunchQuerySupportStatus> {};
 template <>
 struct signature<HttpProgressStage> : enum_signature<"Windows.Web.Http.HttpProgressStage", HttpProgressStage> {};
 template <>
@@ -103,6 +101,10 @@ TEST(RuntimePiid, InstancesTheModuleDeclares) {
         {"AsyncOperationProgressHandler<DeploymentResult, DeploymentProgress>",
          rt::DeploymentOperation::progress_handler::iid, "f1b926d1-1796-597a-9bea-6c6449d03eef"},
         {"IReference<UInt64>", rt::IReference<std::uint64_t>::iid, "6755e376-53bb-568b-a11d-17239868309e"},
+        {"IAsyncOperation<LaunchQuerySupportStatus>", rt::LaunchQuerySupportOperation::iid,
+         "e7539992-2220-5d2d-82c4-3d44f8750d91"},
+        {"AsyncOperationCompletedHandler<LaunchQuerySupportStatus>",
+         rt::LaunchQuerySupportOperation::completed_handler::iid, "198cac52-abcd-5529-933f-071cc93fd635"},
     });
 }
 
@@ -112,10 +114,6 @@ TEST(RuntimePiid, InstancesOfOtherAreasThroughStandIns) {
     using HttpOperation = rt::IAsyncOperationWithProgress<HttpResponseMessage, HttpProgress>;
     using StringOperation = rt::IAsyncOperationWithProgress<HSTRING, std::uint64_t>;
     expect_listed({
-        {"IAsyncOperation<LaunchQuerySupportStatus>", rt::IAsyncOperation<LaunchQuerySupportStatus>::iid,
-         "e7539992-2220-5d2d-82c4-3d44f8750d91"},
-        {"AsyncOperationCompletedHandler<LaunchQuerySupportStatus>",
-         rt::AsyncOperationCompletedHandler<LaunchQuerySupportStatus>::iid, "198cac52-abcd-5529-933f-071cc93fd635"},
         {"IAsyncOperation<StorageFolder>", rt::IAsyncOperation<StorageFolder>::iid, "6be9e7d7-e83a-5cbc-802c-1768960b52c3"},
         {"AsyncOperationCompletedHandler<StorageFolder>", rt::AsyncOperationCompletedHandler<StorageFolder>::iid,
          "c211026e-9e63-5452-ba54-3a07d6a96874"},
