@@ -11,6 +11,7 @@
 #include "OrvaleBase.h"
 #include "PackageJobs.h"
 #include "ReportDrain.h"
+#include "RuntimeError.h"
 #include "ZoLog.h"
 
 namespace {
@@ -135,6 +136,9 @@ extern "C" void Orvale_LoadModule_WinMain(HINSTANCE instance, HINSTANCE previous
         } else {
             RunPackageJob();
         }
+    } catch (const rt::hresult_error& e) {
+        HOST_LOG_ERROR(kEntryFunction, L"[{}]Orvale_LoadModule_WinMain exception, hr=0x{:08X}, msg={}", kEntryFunction,
+                       host_log::Hex(e.code()), e.message());
     } catch (...) {
         HOST_LOG_ERROR(kEntryFunction, L"[{}]Orvale_LoadModule_WinMain unknown exception", kEntryFunction);
     }

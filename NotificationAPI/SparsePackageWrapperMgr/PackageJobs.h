@@ -1,6 +1,6 @@
 #pragma once
-// The package jobs of "-type 1/2/3". Not built yet: the entry already calls
-// them at their final places.
+// The package jobs of "-type 1/2/3", with the switches they read themselves:
+// "-timeout" (types 1 and 2) and "-install_dir" (type 1).
 void RunInstallJob();
 void RunUninstallJob();
 void RunMaintenanceJob();
