@@ -2,6 +2,7 @@
 // declared types' signatures.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -12,6 +13,7 @@
 #include "Launcher.h"
 #include "Notifications.h"
 #include "Storage.h"
+#include "WebHttp.h"
 #include "XmlDom.h"
 
 namespace {
@@ -38,30 +40,15 @@ struct IStorageFileStandIn : IInspectable {
 struct IBufferStandIn : IInspectable {
     static constexpr GUID iid = rt::guid("905a0fe0-bc53-11df-8c49-001e4fc686da");
 };
-struct IHttpResponseMessageStandIn : IInspectable {
-    static constexpr GUID iid = rt::guid("fee200fb-8664-44e0-95d9-42696199bffc");
-};
 struct IScheduledToastNotificationStandIn : IInspectable {
     static constexpr GUID iid = rt::guid("79f577f8-0de7-48cd-9740-9b370490c838");
 };
 struct StorageFolder : rt::runtime_class<"Windows.Storage.StorageFolder", IStorageFolderStandIn> {};
 struct StorageFile : rt::runtime_class<"Windows.Storage.StorageFile", IStorageFileStandIn> {};
-struct HttpResponseMessage : rt::runtime_class<"Windows.Web.Http.HttpResponseMessage", IHttpResponseMessageStandIn> {};
 struct ScheduledToast
     : rt::runtime_class<"Windows.UI.Notifications.ScheduledToastNotification", IScheduledToastNotificationStandIn> {};
-enum class HttpProgressStage : std::int32_t {};
-struct HttpProgress {};
 
 }  // namespace
-
-namespace rt {
-template <>
-struct signature<HttpProgressStage> : enum_signature<"Windows.Web.Http.HttpProgressStage", HttpProgressStage> {};
-template <>
-struct signature<HttpProgress>
-    : struct_signature<"Windows.Web.Http.HttpProgress", HttpProgressStage, std::uint64_t, IReference<std::uint64_t>,
-                       std::uint64_t, IReference<std::uint64_t>, std::uint32_t> {};
-}  // namespace rt
 
 TEST(RuntimePiid, InstancesTheModuleDeclares) {
     using StringObjectPair = rt::IKeyValuePair<HSTRING, IInspectable>;
@@ -111,8 +98,6 @@ TEST(RuntimePiid, InstancesTheModuleDeclares) {
 // Signature shapes the module's own types do not reach: enums, runtime
 // classes, interface arguments and a struct holding parameterized instances.
 TEST(RuntimePiid, InstancesOfOtherAreasThroughStandIns) {
-    using HttpOperation = rt::IAsyncOperationWithProgress<HttpResponseMessage, HttpProgress>;
-    using StringOperation = rt::IAsyncOperationWithProgress<HSTRING, std::uint64_t>;
     expect_listed({
         {"IAsyncOperation<StorageFolder>", rt::IAsyncOperation<StorageFolder>::iid, "6be9e7d7-e83a-5cbc-802c-1768960b52c3"},
         {"AsyncOperationCompletedHandler<StorageFolder>", rt::AsyncOperationCompletedHandler<StorageFolder>::iid,
@@ -123,17 +108,6 @@ TEST(RuntimePiid, InstancesOfOtherAreasThroughStandIns) {
         {"IAsyncOperation<IBuffer>", rt::IAsyncOperation<IBufferStandIn>::iid, "3bee8834-b9a7-5a80-a746-5ef097227878"},
         {"AsyncOperationCompletedHandler<IBuffer>", rt::AsyncOperationCompletedHandler<IBufferStandIn>::iid,
          "51c3d2fd-b8a1-5620-b746-7ee6d533aca3"},
-        {"IAsyncOperationWithProgress<HttpResponseMessage, HttpProgress>", HttpOperation::iid,
-         "5d144364-77d7-5eca-8b09-936a69446652"},
-        {"AsyncOperationWithProgressCompletedHandler<HttpResponseMessage, HttpProgress>",
-         HttpOperation::completed_handler::iid, "beadb572-f9a3-5e93-b6ca-e311b65933fc"},
-        {"AsyncOperationProgressHandler<HttpResponseMessage, HttpProgress>", HttpOperation::progress_handler::iid,
-         "68e4606a-76ec-5816-b2fe-a04ecde4126a"},
-        {"IAsyncOperationWithProgress<String, UInt64>", StringOperation::iid, "c8bbcb29-6b64-5ce2-a831-038f6e02199e"},
-        {"AsyncOperationWithProgressCompletedHandler<String, UInt64>", StringOperation::completed_handler::iid,
-         "bd75eebe-e7b5-5af6-8415-a4b9c9045202"},
-        {"AsyncOperationProgressHandler<String, UInt64>", StringOperation::progress_handler::iid,
-         "14da7de7-40df-5d4c-823f-cf310625ad39"},
         {"IVectorView<ScheduledToastNotification>", rt::IVectorView<ScheduledToast>::iid,
          "ba0aff1f-6a8a-5a7e-a9f7-505b6266a436"},
     });
@@ -151,5 +125,25 @@ TEST(RuntimePiid, StorageInstancesFromTheDeclaredTypes) {
         {"IAsyncOperation<IBuffer>", rt::IAsyncOperation<rt::IBuffer>::iid, "3bee8834-b9a7-5a80-a746-5ef097227878"},
         {"AsyncOperationCompletedHandler<IBuffer>", rt::AsyncOperationCompletedHandler<rt::IBuffer>::iid,
          "51c3d2fd-b8a1-5620-b746-7ee6d533aca3"},
+    });
+}
+
+// A struct holding parameterized instances, inside the instance it parameterizes.
+TEST(RuntimePiid, WebHttpInstancesFromTheDeclaredTypes) {
+    static_assert(sizeof(rt::HttpProgress) == 48 && offsetof(rt::HttpProgress, BytesReceived) == 24 &&
+                  offsetof(rt::HttpProgress, Retries) == 40);
+    expect_listed({
+        {"IAsyncOperationWithProgress<HttpResponseMessage, HttpProgress>", rt::HttpResponseOperation::iid,
+         "5d144364-77d7-5eca-8b09-936a69446652"},
+        {"AsyncOperationWithProgressCompletedHandler<HttpResponseMessage, HttpProgress>",
+         rt::HttpResponseOperation::completed_handler::iid, "beadb572-f9a3-5e93-b6ca-e311b65933fc"},
+        {"AsyncOperationProgressHandler<HttpResponseMessage, HttpProgress>",
+         rt::HttpResponseOperation::progress_handler::iid, "68e4606a-76ec-5816-b2fe-a04ecde4126a"},
+        {"IAsyncOperationWithProgress<String, UInt64>", rt::HttpStringOperation::iid,
+         "c8bbcb29-6b64-5ce2-a831-038f6e02199e"},
+        {"AsyncOperationWithProgressCompletedHandler<String, UInt64>", rt::HttpStringOperation::completed_handler::iid,
+         "bd75eebe-e7b5-5af6-8415-a4b9c9045202"},
+        {"AsyncOperationProgressHandler<String, UInt64>", rt::HttpStringOperation::progress_handler::iid,
+         "14da7de7-40df-5d4c-823f-cf310625ad39"},
     });
 }
