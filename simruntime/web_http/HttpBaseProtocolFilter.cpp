@@ -9,6 +9,7 @@
 
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "NotSimulatedResult.h"
 #include "SimCall.h"
 #include "SimMethods.h"
 #include "SimObject.h"
@@ -83,17 +84,17 @@ public:
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_AutomaticDecompression");
     }
     HRESULT STDMETHODCALLTYPE get_CookieManager(rt::IHttpCookieManager** value) override {
-        return not_simulated(L"HttpBaseProtocolFilter.get_CookieManager", value);
+        return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_CookieManager", value);
     }
     HRESULT STDMETHODCALLTYPE get_ClientCertificate(rt::ICertificate** value) override {
-        return not_simulated(L"HttpBaseProtocolFilter.get_ClientCertificate", value);
+        return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_ClientCertificate", value);
     }
     HRESULT STDMETHODCALLTYPE put_ClientCertificate(rt::ICertificate*) override {
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_ClientCertificate");
     }
     HRESULT STDMETHODCALLTYPE get_IgnorableServerCertificateErrors(
         rt::IVector<rt::ChainValidationResult>** value) override {
-        return not_simulated(L"HttpBaseProtocolFilter.get_IgnorableServerCertificateErrors", value);
+        return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_IgnorableServerCertificateErrors", value);
     }
     HRESULT STDMETHODCALLTYPE get_MaxConnectionsPerServer(UINT32*) override {
         return sim::not_simulated(L"HttpBaseProtocolFilter.get_MaxConnectionsPerServer");
@@ -102,13 +103,13 @@ public:
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_MaxConnectionsPerServer");
     }
     HRESULT STDMETHODCALLTYPE get_ProxyCredential(rt::IPasswordCredential** value) override {
-        return not_simulated(L"HttpBaseProtocolFilter.get_ProxyCredential", value);
+        return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_ProxyCredential", value);
     }
     HRESULT STDMETHODCALLTYPE put_ProxyCredential(rt::IPasswordCredential*) override {
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_ProxyCredential");
     }
     HRESULT STDMETHODCALLTYPE get_ServerCredential(rt::IPasswordCredential** value) override {
-        return not_simulated(L"HttpBaseProtocolFilter.get_ServerCredential", value);
+        return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_ServerCredential", value);
     }
     HRESULT STDMETHODCALLTYPE put_ServerCredential(rt::IPasswordCredential*) override {
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_ServerCredential");
@@ -121,20 +122,12 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE SendRequestAsync(rt::IHttpRequestMessage*, rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpBaseProtocolFilter.SendRequestAsync", operation);
+        return sim::not_simulated_result(L"HttpBaseProtocolFilter.SendRequestAsync", operation);
     }
 
     HRESULT STDMETHODCALLTYPE Close() override { return sim::run_call(L"HttpBaseProtocolFilter.Close", L"", [] {}); }
 
 private:
-    // A member, so calls do not look up the result's namespace: that would need
-    // the signatures of types declared only in passing.
-    template <class Result>
-    static HRESULT not_simulated(std::wstring_view method, Result** result) {
-        if (result) *result = nullptr;
-        return sim::not_simulated(method);
-    }
-
     const rt::com_ptr<cache_control> cacheControl_ = sim::make<cache_control>();
 };
 

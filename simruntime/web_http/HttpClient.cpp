@@ -15,10 +15,10 @@
 #include "HttpResponseOperation.h"
 #include "HttpText.h"
 #include "HttpWire.h"
+#include "NotSimulatedResult.h"
 #include "SimCall.h"
 #include "SimHttpContent.h"
 #include "SimHttpResponse.h"
-#include "SimMethods.h"
 #include "SimObject.h"
 #include "SimState.h"
 #include "WebHttp.h"
@@ -86,53 +86,45 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE DeleteAsync(rt::IUriRuntimeClass*, rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpClient.DeleteAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.DeleteAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE GetAsync(rt::IUriRuntimeClass*, rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpClient.GetAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.GetAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE GetWithOptionAsync(rt::IUriRuntimeClass*, rt::HttpCompletionOption,
                                                  rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpClient.GetWithOptionAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.GetWithOptionAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE GetBufferAsync(
         rt::IUriRuntimeClass*, rt::IAsyncOperationWithProgress<rt::IBuffer, rt::HttpProgress>** operation) override {
-        return not_simulated(L"HttpClient.GetBufferAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.GetBufferAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE GetInputStreamAsync(
         rt::IUriRuntimeClass*, rt::IAsyncOperationWithProgress<rt::IInputStream, rt::HttpProgress>** operation) override {
-        return not_simulated(L"HttpClient.GetInputStreamAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.GetInputStreamAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE GetStringAsync(
         rt::IUriRuntimeClass*, rt::IAsyncOperationWithProgress<HSTRING, rt::HttpProgress>** operation) override {
-        return not_simulated(L"HttpClient.GetStringAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.GetStringAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE PutAsync(rt::IUriRuntimeClass*, rt::IHttpContent*,
                                        rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpClient.PutAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.PutAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE SendRequestAsync(rt::IHttpRequestMessage*, rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpClient.SendRequestAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.SendRequestAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE SendRequestWithOptionAsync(rt::IHttpRequestMessage*, rt::HttpCompletionOption,
                                                          rt::HttpResponseOperation** operation) override {
-        return not_simulated(L"HttpClient.SendRequestWithOptionAsync", operation);
+        return sim::not_simulated_result(L"HttpClient.SendRequestWithOptionAsync", operation);
     }
     HRESULT STDMETHODCALLTYPE get_DefaultRequestHeaders(rt::IHttpRequestHeaderCollection** value) override {
-        return not_simulated(L"HttpClient.get_DefaultRequestHeaders", value);
+        return sim::not_simulated_result(L"HttpClient.get_DefaultRequestHeaders", value);
     }
 
     HRESULT STDMETHODCALLTYPE Close() override { return sim::run_call(L"HttpClient.Close", L"", [] {}); }
 
 private:
-    // A member, so calls do not look up the result's namespace: that would need
-    // the signatures of types declared only in passing.
-    template <class Result>
-    static HRESULT not_simulated(std::wstring_view method, Result** result) {
-        if (result) *result = nullptr;
-        return sim::not_simulated(method);
-    }
-
     const rt::com_ptr<rt::IHttpFilter> filter_;
 };
 

@@ -13,9 +13,9 @@
 #include "ClassTable.h"
 #include "HString.h"
 #include "HttpText.h"
+#include "NotSimulatedResult.h"
 #include "SimCall.h"
 #include "SimHttpContent.h"
-#include "SimMethods.h"
 #include "SimObject.h"
 #include "SimState.h"
 
@@ -45,23 +45,23 @@ public:
     explicit content(sim::http_body body) : body_(std::move(body)) {}
 
     HRESULT STDMETHODCALLTYPE get_Headers(rt::IHttpContentHeaderCollection** value) override {
-        return not_simulated(L"get_Headers", value);
+        return sim::not_simulated_result(method(L"get_Headers"), value);
     }
     HRESULT STDMETHODCALLTYPE BufferAllAsync(
         rt::IAsyncOperationWithProgress<std::uint64_t, std::uint64_t>** operation) override {
-        return not_simulated(L"BufferAllAsync", operation);
+        return sim::not_simulated_result(method(L"BufferAllAsync"), operation);
     }
     HRESULT STDMETHODCALLTYPE ReadAsBufferAsync(
         rt::IAsyncOperationWithProgress<rt::IBuffer, std::uint64_t>** operation) override {
-        return not_simulated(L"ReadAsBufferAsync", operation);
+        return sim::not_simulated_result(method(L"ReadAsBufferAsync"), operation);
     }
     HRESULT STDMETHODCALLTYPE ReadAsInputStreamAsync(
         rt::IAsyncOperationWithProgress<rt::IInputStream, std::uint64_t>** operation) override {
-        return not_simulated(L"ReadAsInputStreamAsync", operation);
+        return sim::not_simulated_result(method(L"ReadAsInputStreamAsync"), operation);
     }
     HRESULT STDMETHODCALLTYPE WriteToStreamAsync(
         rt::IOutputStream*, rt::IAsyncOperationWithProgress<std::uint64_t, std::uint64_t>** operation) override {
-        return not_simulated(L"WriteToStreamAsync", operation);
+        return sim::not_simulated_result(method(L"WriteToStreamAsync"), operation);
     }
 
     HRESULT STDMETHODCALLTYPE ReadAsStringAsync(rt::HttpStringOperation** operation) override {
@@ -93,12 +93,6 @@ public:
 private:
     static std::wstring method(std::wstring_view name) {
         return std::wstring(Names::short_name) + L"." + std::wstring(name);
-    }
-
-    template <class Result>
-    static HRESULT not_simulated(std::wstring_view name, Result** result) {
-        if (result) *result = nullptr;
-        return sim::not_simulated(method(name));
     }
 
     const sim::http_body body_;

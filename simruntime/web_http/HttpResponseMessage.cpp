@@ -8,6 +8,7 @@
 
 #include "HString.h"
 #include "HttpText.h"
+#include "NotSimulatedResult.h"
 #include "SimCall.h"
 #include "SimHttpContent.h"
 #include "SimHttpResponse.h"
@@ -92,12 +93,10 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE get_Headers(rt::IHttpResponseHeaderCollection** value) override {
-        if (value) *value = nullptr;
-        return sim::not_simulated(L"HttpResponseMessage.get_Headers");
+        return sim::not_simulated_result(L"HttpResponseMessage.get_Headers", value);
     }
     HRESULT STDMETHODCALLTYPE get_RequestMessage(rt::IHttpRequestMessage** value) override {
-        if (value) *value = nullptr;
-        return sim::not_simulated(L"HttpResponseMessage.get_RequestMessage");
+        return sim::not_simulated_result(L"HttpResponseMessage.get_RequestMessage", value);
     }
     HRESULT STDMETHODCALLTYPE put_RequestMessage(rt::IHttpRequestMessage*) override {
         return sim::not_simulated(L"HttpResponseMessage.put_RequestMessage");
