@@ -1,0 +1,194 @@
+// The report-queue inspector run as support staff run it: a child process
+// over a real queue folder.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "LoopbackCollector.h"
+#include "QuorvelBuildSettings.h"
+#include "QuorvelClock.h"
+#include "QuorvelReportBody.h"
+#include "QuorvelReportCrypto.h"
+#include "QuorvelReportStorage.h"
+#include "TempFolder.h"
+#include "TestProcess.h"
+
+namespace {
+
+ProcessResult RunInspector(const std::wstring& arguments, const EnvironmentOverrides& environment = {}) {
+    return RunProcess(L"\"" + BinaryFolder() + L"\\ReportQueueInspector.exe\" " + arguments, environment);
+}
+
+std::wstring Quoted(const std::wstring& text) { return L"\"" + text + L"\""; }
+
+// The output line that names `name`; empty when none does.
+std::string LineWith(const std::string& output, const std::wstring& name) {
+    const std::string wanted = WideToUtf8Text(name);
+    const std::size_t at = output.find(wanted);
+    if (at == std::string::npos) return {};
+    const std::size_t start = output.rfind('\n', at) + 1;  // npos + 1 == 0 for the first line
+    return output.substr(start, output.find('\n', at) - start);
+}
+
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// A stem `secondsAgo` old, made unique by `tick`.
+std::wstring StemAged(long long secondsAgo, int tick = 0) {
+    return std::to_wstring(quorvel::UnixNanosecondsNow() - secondsAgo * 1000000000ULL + tick * 100ULL);
+}
+
+std::string SampleBody(std::int32_t errorCode) {
+    quorvel::ErrorEventInfo record;
+    record.event_name = "install";
+    record.error_code = errorCode;
+    record.function_name = "RunInstallJob";
+    return quorvel::BuildReportBody(quorvel::kLevelError, quorvel::ToEventObject(record), "", quorvel::kReporterVersion,
+                                    quorvel::kSdkIdentifier);
+}
+
+void WriteReport(const std::wstring& path, const std::string& body) {
+    const auto cipher = quorvel::EncryptReport(body);
+    ASSERT_TRUE(WriteFileBytes(path, std::string(cipher.begin(), cipher.end())));
+}
+
+std::set<std::wstring> NamesIn(const TempFolder& folder) {
+    std::set<std::wstring> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        names.insert(entry.path().filename().wstring());
+    }
+    return names;
+}
+
+TEST(ReportQueueInspector, ListTellsEveryKindOfFileAndChangesNothing) {
+    TempFolder queue;
+    const long long now = quorvel::UnixSecondsNow();
+    const std::wstring queued = StemAged(125) + L".json";
+    const std::wstring temporary = StemAged(3) + L".tmp";
+    // Age alone makes a claim stale, whether its owner runs or not.
+    const std::wstring staleOfLiveOwner =
+        StemAged(2000) + L".uploading." + std::to_wstring(GetCurrentProcessId()) + L"." + std::to_wstring(now - 1000);
+    const std::wstring freshOfDeadOwner = StemAged(60) + L".uploading.4294967292." + std::to_wstring(now - 30);
+    WriteReport(queue / queued, SampleBody(1));
+    WriteFileBytes(queue / temporary, "");
+    WriteFileBytes(queue / staleOfLiveOwner, std::string(32, 'x'));
+    WriteFileBytes(queue / freshOfDeadOwner, std::string(16, 'x'));
+    WriteFileBytes(queue / L"notes.txt", "hello");
+    const auto namesBefore = NamesIn(queue);
+
+    const ProcessResult result = RunInspector(L"list " + Quoted(queue.path()));
+
+    ASSERT_TRUE(result.finished);
+    EXPECT_EQ(result.exitCode, 0u) << result.output;
+    EXPECT_TRUE(Contains(LineWith(result.output, queued), "queued")) << result.output;
+    EXPECT_TRUE(Contains(LineWith(result.output, queued), " 2m05s ")) << result.output;
+    EXPECT_TRUE(Contains(LineWith(result.output, temporary), "temporary")) << result.output;
+    const std::string stale = LineWith(result.output, staleOfLiveOwner);
+    EXPECT_TRUE(Contains(stale, " 33m20s ")) << stale;
+    EXPECT_TRUE(Contains(stale, "running, claimed 16m40s ago, stale")) << stale;
+    const std::string fresh = LineWith(result.output, freshOfDeadOwner);
+    EXPECT_TRUE(Contains(fresh, "pid 4294967292 ended, claimed 30s ago]")) << fresh;
+    EXPECT_TRUE(Contains(LineWith(result.output, L"notes.txt"), "unknown")) << result.output;
+    EXPECT_TRUE(Contains(LineWith(result.output, L"notes.txt"), "s~")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "1 queued, 1 temporary, 2 claimed (1 stale), 1 unknown")) << result.output;
+    EXPECT_EQ(NamesIn(queue), namesBefore);
+}
+
+TEST(ReportQueueInspector, ExitCodesForUsageAndMissingFolders) {
+    EXPECT_EQ(RunInspector(L"").exitCode, 1u);
+    EXPECT_EQ(RunInspector(L"show").exitCode, 1u);
+    EXPECT_EQ(RunInspector(L"drain").exitCode, 1u);
+    EXPECT_EQ(RunInspector(L"drain http://x/ --aid").exitCode, 1u);
+    EXPECT_EQ(RunInspector(L"drain http://x/", {{L"ORVALE_STANDALONE_DEVICE_GUID", L""}}).exitCode, 1u);
+    TempFolder parent;
+    EXPECT_EQ(RunInspector(L"list " + Quoted(parent / L"missing")).exitCode, 2u);
+    EXPECT_EQ(RunInspector(L"drain http://x/ " + Quoted(parent / L"missing") + L" --aid a").exitCode, 2u);
+}
+
+TEST(ReportQueueInspector, ListDefaultsToTheModulesReportFolder) {
+    const std::wstring folder = quorvel::GetReportDirectory();
+    ASSERT_FALSE(folder.empty());
+
+    const ProcessResult result = RunInspector(L"list");
+
+    EXPECT_EQ(result.exitCode, 0u) << result.output;
+    std::string firstLine = result.output.substr(0, result.output.find('\n'));
+    if (!firstLine.empty() && firstLine.back() == '\r') firstLine.pop_back();
+    EXPECT_EQ(firstLine, "report queue " + WideToUtf8Text(folder));
+}
+
+TEST(ReportQueueInspector, ShowDecodesTheNestedTextsOfARealReport) {
+    TempFolder queue;
+    const std::wstring claimed = StemAged(1) + L".uploading.77.1700000000";
+    WriteReport(queue / claimed, SampleBody(-2147024891));
+
+    const ProcessResult result = RunInspector(L"show " + Quoted(queue / claimed));
+
+    EXPECT_EQ(result.exitCode, 0u) << result.output;
+    EXPECT_TRUE(Contains(result.output, "\"level\" : \"error\"")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "\"error_code\" : -2147024891")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "\"function_name\" : \"RunInstallJob\"")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "\"topic\" : \"SDK-7d2e81f0a93b5c46e128\"")) << result.output;
+}
+
+TEST(ReportQueueInspector, ShowRefusesWhatDoesNotDecrypt) {
+    TempFolder queue;
+    WriteFileBytes(queue / L"1.json", std::string(48, '\x5a'));
+    WriteFileBytes(queue / L"2.json", "");
+
+    const ProcessResult garbage = RunInspector(L"show " + Quoted(queue / L"1.json"));
+    EXPECT_EQ(garbage.exitCode, 2u);
+    EXPECT_TRUE(Contains(garbage.output, "does not decrypt")) << garbage.output;
+    EXPECT_EQ(RunInspector(L"show " + Quoted(queue / L"2.json")).exitCode, 2u);
+    EXPECT_EQ(RunInspector(L"show " + Quoted(queue / L"3.json")).exitCode, 2u);
+}
+
+class ReportQueueDrain : public testing::Test {
+protected:
+    ProcessResult Drain() {
+        return RunInspector(L"drain " + std::wstring(quorvel::build_settings::kCollectorUrl) + L" " +
+                                Quoted(queue.path()) + L" --aid device-7",
+                            {{L"SIMRUNTIME_HTTP_HOSTS", collector.HostMapping(quorvel::build_settings::kCollectorHost)}});
+    }
+
+    TempFolder queue;
+    LoopbackCollector collector;
+};
+
+TEST_F(ReportQueueDrain, SendsTheQueueAndDiscardsWhatDoesNotDecrypt) {
+    const std::wstring first = StemAged(30, 0), second = StemAged(30, 1), garbage = StemAged(30, 2);
+    WriteReport(queue / (first + L".json"), SampleBody(1));
+    WriteReport(queue / (second + L".json"), SampleBody(2));
+    WriteFileBytes(queue / (garbage + L".json"), std::string(32, 'g'));
+    WriteFileBytes(queue / L"9.tmp", "");
+
+    const ProcessResult result = Drain();
+
+    EXPECT_EQ(result.exitCode, 0u) << result.output;
+    EXPECT_EQ(collector.Accepted().size(), 2u);
+    ASSERT_FALSE(collector.Accepted().empty());
+    EXPECT_TRUE(Contains(collector.Accepted()[0].body, "\"aid\":\"device-7\""));
+    EXPECT_TRUE(Contains(LineWith(result.output, first), "sent")) << result.output;
+    EXPECT_TRUE(Contains(LineWith(result.output, garbage), "discarded")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "sent 2, discarded as empty or undecryptable 1")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "left: 0 queued, 1 temporary")) << result.output;
+    EXPECT_EQ(NamesIn(queue), std::set<std::wstring>{L"9.tmp"});
+}
+
+TEST_F(ReportQueueDrain, TellsWhereARefusedDrainStopped) {
+    collector.AnswerWith(503);
+    const std::wstring first = StemAged(30, 0), second = StemAged(30, 1);
+    WriteReport(queue / (first + L".json"), SampleBody(1));
+    WriteReport(queue / (second + L".json"), SampleBody(2));
+
+    const ProcessResult result = Drain();
+
+    EXPECT_EQ(result.exitCode, 0u) << result.output;
+    EXPECT_EQ(collector.Received().size(), 1u);
+    EXPECT_TRUE(Contains(result.output, "sent 0,")) << result.output;
+    EXPECT_TRUE(Contains(LineWith(result.output, first), "stopped at")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "left: 2 queued")) << result.output;
+}
+
+}  // namespace
