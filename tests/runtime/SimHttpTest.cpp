@@ -287,10 +287,15 @@ TEST_F(SimHttp, FailedExchangesEndAsErrorWithTheCodesWindowsGives) {
         EXPECT_EQ(expected.code, operation->GetResults(message.put()));
     }
 
-    map_collector_to(refusing_port());
-    const auto refused = post(L"https://collector.example.invalid/collect", L"x");
+    // Unmapped hosts are resolved and reached with the URL's own port.
+    SetEnvironmentVariableW(L"SIMRUNTIME_HTTP_HOSTS", nullptr);
+    const std::wstring refusingUrl = L"http://127.0.0.1:" + std::to_wstring(refusing_port()) + L"/collect";
+    const auto refused = post(refusingUrl.c_str(), L"x");
     EXPECT_EQ(rt::AsyncStatus::Error, rt::wait_for_status(refused.get(), kPatienceMs));
     EXPECT_EQ(static_cast<HRESULT>(0x80072EFD), error_code_of(refused));
+    const auto unresolved = post(L"https://collector.example.invalid/collect", L"x");
+    EXPECT_EQ(rt::AsyncStatus::Error, rt::wait_for_status(unresolved.get(), kPatienceMs));
+    EXPECT_EQ(static_cast<HRESULT>(0x80072EE7), error_code_of(unresolved));
 }
 
 TEST_F(SimHttp, CancelEndsAnUnansweredPostAtOnceAndClosesItsConnection) {
