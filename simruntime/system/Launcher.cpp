@@ -140,8 +140,11 @@ std::wstring text_of(rt::IUriRuntimeClass* uri, Getter getter) {
     return text.str();
 }
 
+// Schemes are ASCII.
 std::wstring lower_case(std::wstring text) {
-    CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
+    for (wchar_t& c : text) {
+        if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
+    }
     return text;
 }
 
