@@ -1,0 +1,136 @@
+#include "ReportFigures.h"
+
+#include <windows.h>
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "AsyncWait.h"
+#include "BenchEnvironment.h"
+#include "LoopbackCollector.h"
+#include "QuorvelBuildSettings.h"
+#include "QuorvelReportUtils.h"
+#include "UniqueHandle.h"
+
+namespace {
+
+constexpr char kDeviceId[] = "bench-device";
+constexpr int kReportsPerSample = 20;
+constexpr int kDrainReports = 1000;
+
+std::string SampleBody() {
+    quorvel::ErrorEventInfo record;
+    record.event_name = "install";
+    record.sub_event_name = "add_package";
+    record.error_code = -2147024891;
+    record.function_name = "RunInstallJob";
+    record.error_message = "Access is denied.";
+    record.new_version = "1.2.3.0";
+    return quorvel::BuildReportBody(quorvel::kLevelError, quorvel::ToEventObject(record), kDeviceId,
+                                    quorvel::kReporterVersion, quorvel::kSdkIdentifier);
+}
+
+// The collector on loopback, and the simulated HTTP client pointed at it
+// under the collector's real host name, as the module posts in production.
+class CollectorOnLoopback {
+public:
+    CollectorOnLoopback()
+        : hosts_(L"SIMRUNTIME_HTTP_HOSTS", collector_.HostMapping(quorvel::build_settings::kCollectorHost)) {}
+    LoopbackCollector& collector() { return collector_; }
+    std::wstring url() const { return quorvel::build_settings::kCollectorUrl; }
+
+private:
+    LoopbackCollector collector_;
+    ScopedEnvironmentVariable hosts_;
+};
+
+std::vector<std::uint8_t> ReadWholeFile(const std::wstring& path) {
+    const UniqueHandle file(
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    LARGE_INTEGER size = {};
+    if (!file.valid() || !GetFileSizeEx(file.get(), &size)) throw std::runtime_error("cannot read a claimed report");
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size.QuadPart));
+    DWORD read = 0;
+    if (!ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr) || read != bytes.size()) {
+        throw std::runtime_error("cannot read a claimed report");
+    }
+    return bytes;
+}
+
+// Everything one report costs on this machine before the network.
+void RunLocalReportPath(const std::wstring& folder, const std::string& body) {
+    const std::wstring path = quorvel::SaveEncryptedReport(folder, body);
+    if (path.empty()) throw std::runtime_error("SaveEncryptedReport failed");
+    const auto claimed = quorvel::ClaimReportFile(path);
+    if (!claimed) throw std::runtime_error("ClaimReportFile failed");
+    if (quorvel::DecryptReport(ReadWholeFile(*claimed)) != body) throw std::runtime_error("the report did not round-trip");
+    if (!DeleteFileW(claimed->c_str())) throw std::runtime_error("cannot delete a claimed report");
+}
+
+void PostOnce(const std::wstring& url, const std::string& body) {
+    if (!rt::wait_for_result(quorvel::HttpPostReportAsync(url, body, "bench").get())) {
+        throw std::runtime_error("the loopback POST failed");
+    }
+}
+
+double SecondsPerCall(const std::function<void()>& call) {
+    return SecondsOf([&] {
+               for (int i = 0; i < kReportsPerSample; ++i) call();
+           }) /
+           kReportsPerSample;
+}
+
+void CopyReports(const std::wstring& from, const std::wstring& to) {
+    for (const auto& entry : std::filesystem::directory_iterator(from)) {
+        std::filesystem::copy_file(entry.path(), std::filesystem::path(to) / entry.path().filename());
+    }
+}
+
+std::size_t FilesIn(const std::wstring& folder) {
+    const std::filesystem::directory_iterator files(folder);
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
+}  // namespace
+
+FigureRow MeasureReportPathAgainstPost(const BenchSettings& settings) {
+    CollectorOnLoopback loopback;
+    const ScratchFolder folder(L"orvale-bench-path");
+    const std::string body = SampleBody();
+    // Warm-up: the first call of each loads classes and opens the first connection.
+    RunLocalReportPath(folder.path(), body);
+    PostOnce(loopback.url(), body);
+
+    // Interleaved, so that both sides of each ratio see the same load of a shared machine.
+    std::vector<double> local, post, ratio;
+    for (int i = 0; i < settings.repetitions; ++i) {
+        local.push_back(SecondsPerCall([&] { RunLocalReportPath(folder.path(), body); }));
+        post.push_back(SecondsPerCall([&] { PostOnce(loopback.url(), body); }));
+        ratio.push_back(local.back() / post.back());
+    }
+    return {"report path without the POST, per report (" + std::to_string(body.size()) + "-byte body)",
+            DurationText(MedianOf(local)), DurationText(MedianOf(post)) + " per loopback POST",
+            fmt::format("{:.2f}x one POST", MedianOf(ratio))};
+}
+
+FigureRow MeasureDrainThroughput(const BenchSettings& settings) {
+    CollectorOnLoopback loopback;
+    const ScratchFolder saved(L"orvale-bench-queue");
+    const std::string body = SampleBody();
+    for (int i = 0; i < kDrainReports; ++i) {
+        if (quorvel::SaveEncryptedReport(saved.path(), body).empty()) throw std::runtime_error("cannot queue a report");
+    }
+    if (FilesIn(saved.path()) != kDrainReports) throw std::runtime_error("the queue is not complete");
+
+    const double seconds = MedianOf(Repeat(settings.slowRepetitions, [&] {
+        const ScratchFolder queue(L"orvale-bench-drain");
+        CopyReports(saved.path(), queue.path());
+        const double taken = SecondsOf([&] { quorvel::UploadPendingReports(queue.path(), loopback.url(), kDeviceId); });
+        if (FilesIn(queue.path()) != 0) throw std::runtime_error("the drain left reports queued");
+        return taken;
+    }));
+    return {fmt::format("queue drain of {} reports", kDrainReports), DurationText(seconds), "-",
+            fmt::format("{:.0f} reports/s", kDrainReports / seconds)};
+}
