@@ -1,0 +1,96 @@
+#pragma once
+// What the job tests share: a host installation of its own whose package
+// table lives in a file (so the host processes and this one see the same
+// registrations), the launches those processes made, the client's experiment
+// switches in the prefix's configuration file, and a collector for the reports.
+#include <json/value.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ConfigTestSupport.h"
+#include "HostSandbox.h"
+#include "PackageSimControl.h"
+#include "LoopbackCollector.h"
+
+inline constexpr char kInstallKey[] = "pc_bg_enable_install_notification_package";
+inline constexpr char kWakeUpKey[] = "pc_bg_task_register";
+inline constexpr char kWnsKey[] = "pc_wns_enable_task_registration";
+
+// The three switches the jobs read; nullopt leaves a field out.
+struct ExperimentSwitches {
+    std::optional<std::string> install;
+    std::optional<std::string> wakeUp;
+    std::optional<std::string> wns;
+};
+
+// config2.json holding the switches, for the life of the object.
+class ExperimentConfig {
+public:
+    explicit ExperimentConfig(const ExperimentSwitches& switches);
+
+private:
+    RoamingConfigFile file_;
+};
+
+// A variable of this process, and so of the host processes it starts, for
+// the life of the object.
+class ProcessVariable {
+public:
+    ProcessVariable(std::wstring name, const std::wstring& value);
+    ProcessVariable(const ProcessVariable&) = delete;
+    ProcessVariable& operator=(const ProcessVariable&) = delete;
+    ~ProcessVariable();
+
+private:
+    std::wstring name_;
+};
+
+// A collector that the simulated HTTP client of this process and of the
+// hosts it starts reaches under the module's collector URL.
+class JobCollector : public LoopbackCollector {
+public:
+    JobCollector();
+    // Event names of the accepted reports, in arrival order.
+    std::vector<std::string> EventNames() const;
+
+private:
+    ProcessVariable mapping_;
+};
+
+sim_control::package_registration NotificationPackageVersion(std::uint16_t major);
+
+class JobHost {
+public:
+    struct Options {
+        bool packageFile = true;               // the package stand-in beside the module
+        const wchar_t* experimentModule = nullptr;  // built file copied in as "JxDataPlugin.dll"
+    };
+    JobHost();
+    explicit JobHost(Options options);
+
+    // Runs the host with a device identifier, so its closing drain posts reports.
+    HostRun Run(const std::wstring& arguments, EnvironmentOverrides environment = {});
+
+    std::vector<std::string> LaunchedUris() const;
+    const HostSandbox& sandbox() const { return sandbox_; }
+
+private:
+    HostSandbox sandbox_;
+    ProcessVariable packageTable_;
+};
+
+// Empties the prefix's one report folder: reports left by other runs would
+// reach the collector too.
+void EmptyReportFolder();
+
+// The report whose message has this event and sub-event; null message when none.
+Json::Value ReportMessage(const LoopbackCollector& collector, const std::string& eventName,
+                          const std::string& subEventName);
+// "info" or "error", from the report's fields.
+std::string ReportLevel(const LoopbackCollector& collector, const std::string& eventName,
+                        const std::string& subEventName);
+
+// Lines of the log at `level` whose message is exactly `message`.
+size_t CountLines(const std::vector<HostLogLine>& log, int level, const std::string& message);

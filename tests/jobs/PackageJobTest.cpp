@@ -1,0 +1,195 @@
+// The package jobs through the host: what each reports to the collector, what
+// it leaves in the package table and what it launches.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include "HostLogFile.h"
+#include "JobsTestSupport.h"
+#include "PackageJobs.h"
+#include "TestMain.h"
+
+namespace {
+
+constexpr char kEntryTag[] = "[Orvale_LoadModule_WinMain]";
+constexpr char kWakeUpUri[] = "orvale-notification:?action=register-wakeup-task";
+
+std::string EntryLine(const std::string& text) { return kEntryTag + text; }
+
+class PackageJobs : public ::testing::Test {
+protected:
+    PackageJobs() { EmptyReportFolder(); }
+    JobCollector collector_;
+};
+
+void ExpectInstallReport(const LoopbackCollector& collector, const std::string& kind, HRESULT hr,
+                         const std::string& functionName, const std::string& oldVersion,
+                         const std::string& newVersion, const std::string& level) {
+    const Json::Value report = ReportMessage(collector, "msix_install", kind);
+    ASSERT_TRUE(report.isObject()) << "no msix_install/" << kind << " report";
+    EXPECT_EQ(static_cast<int>(hr), report["error_code"].asInt());
+    EXPECT_EQ(functionName, report["function_name"].asString());
+    EXPECT_EQ("", report["error_message"].asString());
+    EXPECT_EQ(oldVersion, report["old_version"].asString());
+    EXPECT_EQ(newVersion, report["new_version"].asString());
+    EXPECT_EQ(level, ReportLevel(collector, "msix_install", kind));
+}
+
+TEST_F(PackageJobs, FreshInstallReportsAndRegistersWithTheInstallDirectory) {
+    ExperimentConfig config({"1", "1", std::nullopt});
+    JobHost host;
+    const HostRun run = host.Run(L"-type 1 -install_dir \"C:\\Program Files\\Orvale\"");
+    EXPECT_TRUE(EndsWithFlushLines(run.log));
+    ASSERT_EQ(3u, collector_.Accepted().size()) << ::testing::PrintToString(collector_.EventNames());
+    EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
+    ExpectInstallReport(collector_, "fresh", S_OK, "", "", "2.0.0.0", "info");
+    EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) + "&install_dir=C%3A%5CProgram%20Files%5COrvale"},
+              host.LaunchedUris());
+    EXPECT_NE(nullptr, FindMessage(run.log, EntryLine("Orvale_LoadModule_WinMain: type=1, timeoutMs=10000, "
+                                                      "install_dir='C:\\Program Files\\Orvale'")));
+    EXPECT_EQ(1u, CountLines(run.log, 1, EntryLine("UWP notification package installed successfully")));
+}
+
+TEST_F(PackageJobs, UpgradeReportsBothVersionsAndARefusedRegistrationIsNonFatal) {
+    ExperimentConfig config({"1", "1", std::nullopt});
+    JobHost host;
+    sim_control::register_package(NotificationPackageVersion(1));
+    const HostRun run = host.Run(L"-type 1", {{L"SIMRUNTIME_LAUNCH_RESULT", L"false"}});
+    ExpectInstallReport(collector_, "upgrade", S_OK, "", "1.0.0.0", "2.0.0.0", "info");
+    EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("RegisterBackgroundTask failed (non-fatal)")));
+}
+
+TEST_F(PackageJobs, FailedInstallReportsItsKindAndRegistersNothing) {
+    ExperimentConfig config({"1", "1", std::nullopt});
+    const HRESULT fileNotFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+    {
+        JobHost host({false, nullptr});
+        const HostRun run = host.Run(L"-type 1");
+        ExpectInstallReport(collector_, "fresh", fileNotFound, "InstallNotificationPackage", "", "", "error");
+        EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("InstallNotificationPackage failed, hr=0x80070002")));
+        EXPECT_TRUE(host.LaunchedUris().empty());
+        EXPECT_TRUE(LinesContaining(run.log, "RegisterBackgroundTask:").empty());
+    }
+    {
+        JobHost host({false, nullptr});
+        sim_control::register_package(NotificationPackageVersion(1));
+        host.Run(L"-type 1");
+        ExpectInstallReport(collector_, "upgrade", fileNotFound, "InstallNotificationPackage", "1.0.0.0", "", "error");
+        EXPECT_TRUE(host.LaunchedUris().empty());
+    }
+}
+
+TEST_F(PackageJobs, TimeoutWithoutDigitsIsZeroMilliseconds) {
+    ExperimentConfig config({"1", std::nullopt, std::nullopt});
+    JobHost host;
+    const HostRun run = host.Run(L"-type 1 -timeout abc");
+    EXPECT_NE(nullptr, FindMessage(run.log, EntryLine("Orvale_LoadModule_WinMain: type=1, timeoutMs=0, install_dir=''")));
+    EXPECT_NE(nullptr, FindMessage(run.log, "[InstallNotificationPackage]InstallNotificationPackage: force install, timeoutMs=0"));
+}
+
+TEST_F(PackageJobs, UninstallReportsTheVersionItRemoved) {
+    JobHost host;
+    sim_control::register_package(NotificationPackageVersion(3));
+    const HostRun removed = host.Run(L"-type 2");
+    EXPECT_NE(nullptr, FindMessage(removed.log, EntryLine("Orvale_LoadModule_WinMain: type=2, timeoutMs=10000")));
+    EXPECT_EQ(1u, CountLines(removed.log, 1, EntryLine("UWP notification package uninstalled")));
+    Json::Value report = ReportMessage(collector_, "msix_uninstall", "");
+    EXPECT_EQ("3.0.0.0", report["old_version"].asString());
+    EXPECT_EQ(0, report["error_code"].asInt());
+    EXPECT_EQ("", report["function_name"].asString());
+    EXPECT_EQ("", report["new_version"].asString());
+    EXPECT_EQ("info", ReportLevel(collector_, "msix_uninstall", ""));
+
+    // Nothing left to remove: still a success, with no old version.
+    EmptyReportFolder();
+    JobCollector second;
+    host.Run(L"-type 2 -timeout 500");
+    report = ReportMessage(second, "msix_uninstall", "");
+    EXPECT_EQ("", report["old_version"].asString());
+    EXPECT_EQ(0, report["error_code"].asInt());
+}
+
+// In this process, where the removal can be made to fail.
+TEST_F(PackageJobs, FailedUninstallReportsTheFunction) {
+    sim_control::reset();
+    sim_control::register_package(NotificationPackageVersion(4));
+    sim_control::queue_async_outcome(L"PackageManager.RemovePackageAsync", 3, E_ACCESSDENIED);
+    const HostLogCursor log(TestLogPath());
+    RunUninstallJob();
+    EXPECT_EQ(1u, CountLines(log.NewLines(), 2, EntryLine("UninstallNotificationPackage failed, hr=0x80070005")));
+    const Json::Value report = ReportMessage(collector_, "msix_uninstall", "");
+    EXPECT_EQ(static_cast<int>(E_ACCESSDENIED), report["error_code"].asInt());
+    EXPECT_EQ("UninstallNotificationPackage", report["function_name"].asString());
+    EXPECT_EQ("4.0.0.0", report["old_version"].asString());
+    EXPECT_EQ("error", ReportLevel(collector_, "msix_uninstall", ""));
+}
+
+TEST_F(PackageJobs, MaintenanceEnsuresThePackageAndAlwaysCompletes) {
+    ExperimentConfig config({std::nullopt, "1", std::nullopt});
+    {
+        JobHost host;
+        const HostRun run = host.Run(L"-type 3 -install_dir C:\\Orvale");
+        EXPECT_EQ(std::vector<std::string>{kWakeUpUri}, host.LaunchedUris());
+        EXPECT_EQ(1u, CountLines(run.log, 1, EntryLine("Maintenance mode completed")));
+    }
+    {
+        JobHost host({false, nullptr});
+        const HostRun run = host.Run(L"-type 3");
+        EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("Maintenance: EnsureNotificationPackageInstalled failed (non-fatal)")));
+        EXPECT_EQ(1u, CountLines(run.log, 1, EntryLine("Maintenance mode completed")));
+        EXPECT_TRUE(host.LaunchedUris().empty());
+    }
+    EXPECT_TRUE(collector_.Received().empty());
+}
+
+TEST_F(PackageJobs, EachTypeReachesItsOwnJob) {
+    ExperimentConfig config({"0", std::nullopt, std::nullopt});
+    JobHost host;
+    const std::string installLine = EntryLine("not install.");
+    const std::string uninstallLine = EntryLine("Orvale_LoadModule_WinMain: type=2, timeoutMs=10000");
+    const std::string maintenanceLine = EntryLine("Maintenance mode completed");
+    const std::pair<const wchar_t*, std::string> cases[] = {
+        {L"-type 1", installLine}, {L"-type 2", uninstallLine}, {L"-type 3", maintenanceLine}};
+    for (const auto& [arguments, expected] : cases) {
+        SCOPED_TRACE(WideToUtf8Text(arguments));
+        const HostRun run = host.Run(arguments);
+        for (const std::string& line : {installLine, uninstallLine, maintenanceLine}) {
+            EXPECT_EQ(line == expected, FindMessage(run.log, line) != nullptr) << line;
+        }
+    }
+}
+
+// Wine reports the version stored under CurrentVersion; the values come back afterwards.
+class EmulatedBuild {
+public:
+    explicit EmulatedBuild(const std::wstring& build) : saved_(Read()) { Write(build); }
+    ~EmulatedBuild() { Write(saved_); }
+
+private:
+    static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
+    static std::wstring Read() {
+        wchar_t value[64] = {};
+        DWORD bytes = sizeof(value);
+        RegGetValueW(HKEY_LOCAL_MACHINE, kKey, L"CurrentBuildNumber", RRF_RT_REG_SZ, nullptr, value, &bytes);
+        return value;
+    }
+    static void Write(const std::wstring& build) {
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, L"CurrentBuildNumber", REG_SZ, build.c_str(),
+                        static_cast<DWORD>((build.size() + 1) * sizeof(wchar_t)));
+    }
+    std::wstring saved_;
+};
+
+TEST_F(PackageJobs, OldWindowsReportsTheCheckThenRefuses) {
+    ExperimentConfig config({"1", "1", std::nullopt});
+    JobHost host;
+    const EmulatedBuild build(L"18363");
+    const HostRun run = host.Run(L"-type 1");
+    EXPECT_EQ((std::vector<std::string>{"msix_install_kiv_check", "msix_install_kiv_check"}),
+              collector_.EventNames());
+    EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
+    EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("Orvale_LoadModule_WinMain: OS build < 19041")));
+    EXPECT_TRUE(host.LaunchedUris().empty());
+}
+
+}  // namespace

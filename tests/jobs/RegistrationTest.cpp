@@ -1,0 +1,150 @@
+// Background-task registration in this process, where the simulated launcher
+// can be steered directly, and the export as a client reaches it.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include "BackgroundTaskRegistration.h"
+#include "HostLogFile.h"
+#include "JobsTestSupport.h"
+#include "LauncherSimControl.h"
+#include "TestMain.h"
+
+namespace {
+
+constexpr char kWakeUpUri[] = "orvale-notification:?action=register-wakeup-task";
+
+std::vector<std::string> LaunchedUris() {
+    std::vector<std::string> uris;
+    for (const auto& uri : sim_control::launched_uris()) uris.push_back(WideToUtf8Text(uri));
+    return uris;
+}
+
+class Registration : public ::testing::Test {
+protected:
+    Registration() { sim_control::reset(); }
+    void RegisterPackage() { sim_control::register_package(NotificationPackageVersion(2)); }
+    std::vector<HostLogLine> NewLines() const { return log_.NewLines(); }
+
+    // The experiment service stands aside: its reader keeps the first
+    // configuration it loads for the whole process.
+    ProcessVariable noService_{L"ORVALE_STANDALONE_JX_SERVICE", L"null"};
+    HostLogCursor log_{TestLogPath()};
+};
+
+TEST_F(Registration, ExperimentSwitchesChooseTheUri) {
+    struct Case {
+        std::optional<std::string> wakeUp, wns;
+        std::vector<std::string> launched;
+    };
+    const Case cases[] = {
+        {std::nullopt, std::nullopt, {}},
+        {"0", "true", {}},
+        {"1", "true", {kWakeUpUri}},
+        {std::nullopt, "1", {"orvale-notification:?action=register-notification-tasks&run_wns_request=1"}},
+        {"1", "1", {"orvale-notification:?action=register-background-task&run_wns_request=1"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.wakeUp.value_or("(none)") + " / " + c.wns.value_or("(none)"));
+        sim_control::reset();
+        RegisterPackage();
+        ExperimentConfig config({std::nullopt, c.wakeUp, c.wns});
+        const HostLogCursor log(TestLogPath());
+        EXPECT_TRUE(RegisterBackgroundTaskImpl(L""));
+        EXPECT_EQ(c.launched, LaunchedUris());
+        const auto lines = log.NewLines();
+        const std::string decision = std::string("[RegisterBackgroundTaskImpl]RegisterBackgroundTask: wakeUpEnabled=") +
+                                     (c.wakeUp == "1" ? "true" : "false") +
+                                     ", wnsTaskRegEnabled=" + (c.wns == "1" ? "true" : "false");
+        EXPECT_EQ(1u, CountLines(lines, 1, decision)) << ::testing::PrintToString(Messages(lines));
+        const size_t skipped =
+            CountLines(lines, 1, "[RegisterBackgroundTaskImpl]RegisterBackgroundTask: both disabled, skip registration");
+        EXPECT_EQ(c.launched.empty() ? 1u : 0u, skipped);
+        if (!c.launched.empty()) {
+            const auto* launched = FindMessage(lines, "[SafeLaunchUri] Launched successfully: " + c.launched[0]);
+            ASSERT_NE(nullptr, launched);
+            EXPECT_EQ(1, launched->level);
+            EXPECT_EQ("SafeLaunchUriAsync", launched->function);
+            EXPECT_NE(std::string::npos, launched->sourceFile.find("SafeLaunchUri"));
+        }
+    }
+}
+
+TEST_F(Registration, InstallDirectoryIsAppendedPercentEncoded) {
+    RegisterPackage();
+    ExperimentConfig config({std::nullopt, "1", std::nullopt});
+    EXPECT_TRUE(RegisterBackgroundTaskImpl(L"C:\\Program Files\\Orvale Client"));
+    EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) +
+                                       "&install_dir=C%3A%5CProgram%20Files%5COrvale%20Client"},
+              LaunchedUris());
+
+    std::wstring uri = L"x:?a=1";
+    AppendInstallDirParam(uri, L"");
+    EXPECT_EQ(L"x:?a=1", uri);
+}
+
+TEST_F(Registration, WithoutAHandlerNothingIsLaunched) {
+    ExperimentConfig config({std::nullopt, "1", std::nullopt});
+    EXPECT_FALSE(RegisterBackgroundTaskImpl(L"D:\\Orvale"));
+    EXPECT_TRUE(LaunchedUris().empty());
+    EXPECT_EQ(0u, sim_control::call_count(L"Launcher.LaunchUriAsync"));
+    const auto lines = NewLines();
+    const auto warnings = LinesContaining(lines, "[SafeLaunchUri] URI handler not available (status=2), skipping launch: "
+                                                 "orvale-notification:?action=register-wakeup-task&install_dir=D%3A%5COrvale");
+    ASSERT_EQ(1u, warnings.size()) << ::testing::PrintToString(Messages(lines));
+    EXPECT_EQ(2, warnings[0].level);
+    EXPECT_EQ("SafeLaunchUriAsync", warnings[0].function);
+    EXPECT_TRUE(LinesContaining(lines, "[SafeLaunchUri] Launch").empty());
+}
+
+TEST_F(Registration, RefusedOrFailedLaunchesGiveFalse) {
+    RegisterPackage();
+    ExperimentConfig config({std::nullopt, "1", std::nullopt});
+
+    sim_control::set_launch_result(false);
+    EXPECT_FALSE(RegisterBackgroundTaskImpl(L""));
+    auto refused = LinesContaining(NewLines(), std::string("[SafeLaunchUri] Launch returned false: ") + kWakeUpUri);
+    ASSERT_EQ(1u, refused.size());
+    EXPECT_EQ(3, refused[0].level);
+    EXPECT_EQ("SafeLaunchUriAsync", refused[0].function);
+
+    sim_control::set_launch_failure(E_ACCESSDENIED);
+    const HostLogCursor log(TestLogPath());
+    EXPECT_FALSE(RegisterBackgroundTaskImpl(L""));
+    const auto failed = LinesContaining(log.NewLines(), "[SafeLaunchUri] Exception: 0x80070005 - ");
+    ASSERT_EQ(1u, failed.size());
+    EXPECT_EQ(3, failed[0].level);
+    EXPECT_EQ("SafeLaunchUriAsync", failed[0].function);
+    EXPECT_TRUE(failed[0].message.ends_with(std::string(", URI: ") + kWakeUpUri)) << failed[0].message;
+}
+
+TEST_F(Registration, AFailedEncodingIsCaughtAndGivesFalse) {
+    RegisterPackage();
+    ExperimentConfig config({std::nullopt, "1", std::nullopt});
+    sim_control::fail_next_call(L"Uri.EscapeComponent", E_ACCESSDENIED);
+    EXPECT_FALSE(RegisterBackgroundTaskImpl(L"C:\\Orvale"));
+    EXPECT_TRUE(LaunchedUris().empty());
+    const auto lines = LinesContaining(NewLines(), "[RegisterBackgroundTaskImpl]RegisterBackgroundTaskImpl exception, hr=0x80070005, msg=");
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_EQ(3, lines[0].level);
+}
+
+// A client built with the platform's compiler imports the export by the
+// decorated name of `bool RegisterBackgroundTask()`.
+TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameWithoutInstallDirectory) {
+    RegisterPackage();
+    ExperimentConfig config({std::nullopt, "1", "1"});
+    // Kept loaded for the rest of the process: the launch's threads may still
+    // be leaving the module's code when the call returns.
+    const HMODULE module = LoadLibraryW((BinaryFolder() + L"\\NotificationAPI.dll").c_str());
+    ASSERT_NE(nullptr, module);
+    using RegisterFn = bool (*)();
+    const auto registerTasks =
+        reinterpret_cast<RegisterFn>(reinterpret_cast<void*>(GetProcAddress(module, "?RegisterBackgroundTask@@YA_NXZ")));
+    ASSERT_NE(nullptr, registerTasks);
+    EXPECT_TRUE(registerTasks());
+    EXPECT_EQ(std::vector<std::string>{"orvale-notification:?action=register-background-task&run_wns_request=1"},
+              LaunchedUris());
+}
+
+}  // namespace
