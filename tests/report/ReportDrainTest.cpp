@@ -1,0 +1,48 @@
+// The closing drain: reports started on report threads reach the collector
+// before the process ends, through the module's own report folder.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "QuorvelReportStorage.h"
+#include "ReportTestSupport.h"
+#include "TestProcess.h"
+
+namespace {
+
+void EmptyReportFolder() {
+    const std::wstring folder = quorvel::GetReportDirectory();
+    ASSERT_FALSE(folder.empty());
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) std::filesystem::remove(entry.path());
+}
+
+}  // namespace
+
+TEST(ReportDrain, ReportThreadsAreJoinedAndTheirReportsPostedBeforeTheProcessEnds) {
+    EmptyReportFolder();
+    MappedCollector collector;
+    const auto run = RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" 5",
+                                {{L"ORVALE_STANDALONE_DEVICE_GUID", L"dev-drain"}});
+    ASSERT_TRUE(run.finished);
+    // Counted at once: whatever is not here now never left the process.
+    EXPECT_EQ(5u, collector.Accepted().size());
+    for (const auto& report : collector.Accepted()) {
+        EXPECT_EQ("drain_probe", report.message["event_name"].asString());
+        EXPECT_NE(std::string::npos, report.body.find("\"aid\":\"dev-drain\""));
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(quorvel::GetReportDirectory()));
+}
+
+TEST(ReportDrain, WithoutDeviceIdentifierReportsStayQueuedForALaterRun) {
+    EmptyReportFolder();
+    MappedCollector collector;
+    ASSERT_TRUE(RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" 2",
+                           {{L"ORVALE_STANDALONE_DEVICE_GUID", L""}}).finished);
+    EXPECT_TRUE(collector.Received().empty());
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(quorvel::GetReportDirectory()),
+                               std::filesystem::directory_iterator()));
+    ASSERT_TRUE(RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" 0",
+                           {{L"ORVALE_STANDALONE_DEVICE_GUID", L"dev-later"}}).finished);
+    EXPECT_EQ(2u, collector.Accepted().size());
+    for (const auto& report : collector.Accepted()) EXPECT_NE(std::string::npos, report.body.find("\"aid\":\"dev-later\""));
+}

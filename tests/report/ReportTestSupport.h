@@ -1,0 +1,55 @@
+#pragma once
+// What the report tests share: a queue folder of their own, its listing,
+// queued reports, and the simulated HTTP client pointed at a loopback collector.
+#include <string>
+#include <vector>
+
+#include "LoopbackCollector.h"
+#include "TempFolder.h"
+
+// A fresh queue folder; its path ends with a backslash, like the module's.
+class QueueFolder {
+public:
+    std::wstring path() const { return folder_.path() + L"\\"; }
+    std::wstring operator/(const std::wstring& name) const { return path() + name; }
+    // File names in the folder, sorted.
+    std::vector<std::wstring> Names() const;
+
+private:
+    TempFolder folder_;
+};
+
+// A report body as the module builds it, with `eventName` as its event.
+std::string SampleBody(const std::string& eventName, const std::string& aid = "dev-1");
+
+// Queues `body` with the module's own save; the file's name.
+std::wstring QueueReport(const QueueFolder& folder, const std::string& body);
+
+// Sets a variable of this process for the life of the object.
+class ScopedVariable {
+public:
+    ScopedVariable(const wchar_t* name, const std::wstring& value);
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+    ~ScopedVariable();
+
+private:
+    std::wstring name_;
+};
+
+// The collector's host name of this build, for SIMRUNTIME_HTTP_HOSTS.
+std::wstring CollectorHost();
+// The collector URL the module posts to.
+std::wstring CollectorUrl();
+
+// A collector that the simulated HTTP client of this process reaches under the module's URL.
+class MappedCollector : public LoopbackCollector {
+public:
+    MappedCollector();
+
+private:
+    ScopedVariable mapping_;
+};
+
+// Event names of the reports a collector accepted, in arrival order.
+std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector);

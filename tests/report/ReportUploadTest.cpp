@@ -1,0 +1,156 @@
+// Every outcome of the upload, against a real socket: the loopback collector
+// or a port nobody listens on.
+#include <gtest/gtest.h>
+
+#include <winsock2.h>
+#include <windows.h>
+
+#include "HostLogFile.h"
+#include "QuorvelClock.h"
+#include "QuorvelReportClaim.h"
+#include "QuorvelReportCrypto.h"
+#include "QuorvelReportUpload.h"
+#include "ReportTestSupport.h"
+#include "SimRuntimeControl.h"
+#include "TestMain.h"
+
+namespace {
+
+using Answer = LoopbackCollector::Answer;
+
+std::vector<std::string> Lines(const HostLogCursor& cursor, const std::string& part) {
+    return Messages(LinesContaining(cursor.NewLines(), part));
+}
+
+// Three queued reports, oldest first.
+std::vector<std::wstring> QueueThree(const QueueFolder& folder) {
+    return {QueueReport(folder, SampleBody("first")), QueueReport(folder, SampleBody("second")),
+            QueueReport(folder, SampleBody("third"))};
+}
+
+// A loopback port that refuses connections: bound once, then closed.
+unsigned short ClosedPort() {
+    WSADATA data;
+    WSAStartup(MAKEWORD(2, 2), &data);
+    const SOCKET probe = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    int length = sizeof(address);
+    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
+    closesocket(probe);
+    return ntohs(address.sin_port);
+}
+
+class ReportUpload : public testing::Test {
+protected:
+    void SetUp() override { sim_control::reset(); }
+};
+
+}  // namespace
+
+TEST_F(ReportUpload, DeliveredReportsAreDeletedAndTheFirstFailureRollsBackAndStops) {
+    for (const int failure : {204, 500}) {
+        QueueFolder folder;
+        MappedCollector collector;
+        collector.QueueAnswer(Answer::Now(200));
+        collector.QueueAnswer(Answer::Now(failure));
+        const auto names = QueueThree(folder);
+        HostLogCursor cursor(TestLogPath());
+        quorvel::UploadPendingReports(folder.path(), CollectorUrl(), "dev-1");
+
+        EXPECT_EQ(2u, collector.Received().size()) << "the third is not touched in this run";
+        EXPECT_EQ((std::vector<std::string>{"first"}), AcceptedEventNames(collector));
+        EXPECT_EQ((std::vector<std::wstring>{names[1], names[2]}), folder.Names()) << failure;
+        const std::string secondTrace = WideToUtf8Text(names[1].substr(0, names[1].size() - 5));
+        EXPECT_EQ(1u, Lines(cursor, "[Quorvel] POST failed, status=" + std::to_string(failure) + " (" + secondTrace + ")").size());
+        EXPECT_EQ(1u, Lines(cursor, "[Quorvel] upload OK, deleted: ").size());
+        EXPECT_EQ(1u, Lines(cursor, "[Quorvel] POST OK: ").size());
+    }
+}
+
+TEST_F(ReportUpload, RefusedAndDroppedConnectionsRollBack) {
+    QueueFolder folder;
+    const std::wstring name = QueueReport(folder, SampleBody("refused"));
+    {
+        const ScopedVariable mapping(L"SIMRUNTIME_HTTP_HOSTS",
+                                     CollectorHost() + L"=127.0.0.1:" + std::to_wstring(ClosedPort()));
+        HostLogCursor cursor(TestLogPath());
+        EXPECT_FALSE(quorvel::ProcessReportFile(folder / name, CollectorUrl(), "dev-1"));
+        EXPECT_EQ(1u, Lines(cursor, "[Quorvel] POST exception: hr=0x80072EFD").size());
+    }
+    EXPECT_EQ(std::vector<std::wstring>{name}, folder.Names());
+
+    MappedCollector collector;
+    collector.QueueAnswer(Answer::Dropped());
+    HostLogCursor cursor(TestLogPath());
+    EXPECT_FALSE(quorvel::ProcessReportFile(folder / name, CollectorUrl(), "dev-1"));
+    EXPECT_EQ(1u, Lines(cursor, "[Quorvel] POST exception: hr=0x80072EFE").size());
+    EXPECT_EQ(std::vector<std::wstring>{name}, folder.Names());
+    EXPECT_EQ(1u, collector.Received().size());
+}
+
+TEST_F(ReportUpload, ACollectorThatAnswersAfterTenSecondsTimesOut) {
+    QueueFolder folder;
+    MappedCollector collector;
+    collector.QueueAnswer(Answer::After(12000, 200));
+    const std::wstring name = QueueReport(folder, SampleBody("late"));
+    HostLogCursor cursor(TestLogPath());
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_FALSE(quorvel::ProcessReportFile(folder / name, CollectorUrl(), "dev-1"));
+    const ULONGLONG elapsed = GetTickCount64() - start;
+    EXPECT_GE(elapsed, 9900u);
+    EXPECT_LT(elapsed, 11900u);
+    const std::string trace = WideToUtf8Text(name.substr(0, name.size() - 5));
+    const auto timeouts = LinesContaining(cursor.NewLines(), "[Quorvel] POST timeout (10s): " + trace);
+    ASSERT_EQ(1u, timeouts.size());
+    EXPECT_EQ(2, timeouts[0].level);
+    EXPECT_EQ(std::vector<std::wstring>{name}, folder.Names()) << "rolled back";
+}
+
+TEST_F(ReportUpload, EmptyAndUndecryptableClaimsAreDeletedWithoutTraffic) {
+    QueueFolder folder;
+    MappedCollector collector;
+    ASSERT_TRUE(WriteFileBytes(folder / L"1000000000000000000.json", ""));
+    ASSERT_TRUE(WriteFileBytes(folder / L"1000000000000000100.json", std::string(32, 'z')));
+    HostLogCursor cursor(TestLogPath());
+    quorvel::UploadPendingReports(folder.path(), CollectorUrl(), "dev-1");
+    EXPECT_TRUE(folder.Names().empty());
+    EXPECT_TRUE(collector.Received().empty());
+    EXPECT_EQ(1u, Lines(cursor, "[Quorvel] claimed file empty, deleting: 1000000000000000000.uploading.").size());
+    EXPECT_EQ(1u, Lines(cursor, "[Quorvel] claimed file decrypt failed, deleting: 1000000000000000100.uploading.").size());
+}
+
+TEST_F(ReportUpload, ABodyStoredWithoutDeviceIdentifierIsSentWithTheCurrentOne) {
+    QueueFolder folder;
+    MappedCollector collector;
+    QueueReport(folder, SampleBody("late-aid", ""));
+    QueueReport(folder, SampleBody("own-aid", "stored-id"));
+    quorvel::UploadPendingReports(folder.path(), CollectorUrl(), "dev-9");
+    ASSERT_TRUE(collector.WaitForAccepted(2, 1000));
+    const auto accepted = collector.Accepted();
+    EXPECT_NE(std::string::npos, accepted[0].body.find("\"aid\":\"dev-9\""));
+    EXPECT_NE(std::string::npos, accepted[1].body.find("\"aid\":\"stored-id\""));
+    std::string filled = SampleBody("x", "");
+    quorvel::FillLateDeviceId(filled, "dev-9");
+    EXPECT_EQ(SampleBody("x", "dev-9").size(), filled.size());
+}
+
+TEST_F(ReportUpload, OnlyQueuedFilesArePostedAndStaleClaimsComeBackFirst) {
+    QueueFolder folder;
+    MappedCollector collector;
+    const std::string cipher = [] {
+        const auto bytes = quorvel::EncryptReport(SampleBody("not-queued"));
+        return std::string(bytes.begin(), bytes.end());
+    }();
+    const std::wstring fresh = L"1000000000000000200.uploading.77." + std::to_wstring(quorvel::UnixSecondsNow());
+    const std::wstring stale = L"1000000000000000300.uploading.77." + std::to_wstring(quorvel::UnixSecondsNow() - 1000);
+    for (const auto& name : {std::wstring(L"1000000000000000100.tmp"), fresh, std::wstring(L"notes.json.bak")}) {
+        ASSERT_TRUE(WriteFileBytes(folder / name, cipher));
+    }
+    ASSERT_TRUE(WriteFileBytes(folder / stale, cipher));
+    quorvel::UploadPendingReports(folder.path(), CollectorUrl(), "dev-1");
+    EXPECT_EQ(1u, collector.Received().size()) << "only the recovered stale claim";
+    EXPECT_EQ((std::vector<std::wstring>{L"1000000000000000100.tmp", fresh, L"notes.json.bak"}), folder.Names());
+}
