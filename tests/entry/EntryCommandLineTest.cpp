@@ -44,7 +44,9 @@ TEST(EntryCommandLine, RunsExactlyTheJobItsSwitchesName) {
         {L"-Type \" +4\"", {TypeLine(4), UnsupportedLine(4)}},
         {L"-type -5", {TypeLine(-5), UnsupportedLine(-5)}},  // a value may itself start with '-'
         {L"-type 0", {TypeLine(0), UnsupportedLine(0)}},
-        {L"-type 1x", {TypeLine(1)}},
+        {L"-type 1x",  // the install job, which this prefix's configuration leaves switched off
+         {TypeLine(1), "1 [`anonymous-namespace'::KivAgentWrapper::KivAgentWrapper]Using cache.",
+          "1 [Orvale_LoadModule_WinMain]not install."}},
         {L"-action raw-notification -type 1",
          {ActionLine("raw-notification", ""), "2 [HandleActionEntry]-action raw-notification: no guid provided"}},
         {L"-ACTION Raw-Notification -GUID g1",
