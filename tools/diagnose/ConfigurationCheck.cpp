@@ -1,0 +1,50 @@
+#include <fmt/format.h>
+
+#include "Business.h"
+#include "DiagnosticChecks.h"
+#include "InspectorText.h"
+#include "KivAgentWrapper.h"
+
+namespace diagnose {
+
+namespace {
+
+struct Switch {
+    const wchar_t* key;
+    const wchar_t* subKey;
+};
+
+// Every switch the package jobs and the background-task registration read.
+constexpr Switch kSwitches[] = {
+    {L"pc_bg_task_wakeup_config", L"pc_bg_enable_install_notification_package"},
+    {L"pc_bg_task_wakeup_config", L"pc_bg_task_register"},
+    {L"pc_tips_json_for_experiment", L"pc_wns_enable_task_registration"},
+};
+
+const char* SwitchText(int state) {
+    if (state == 1) return "on";
+    if (state == 0) return "off (set, but not exactly \"1\")";
+    return "not set (off)";
+}
+
+}  // namespace
+
+void CheckHostConfiguration(CheckLines& lines) {
+    KivAgentWrapper experiments;
+    const char* source = experiments.UsesExperimentService() ? "the host's experiment service (JxDataPlugin.dll)"
+                                                             : "the host's configuration file (config2.json cache)";
+    for (const Switch& setting : kSwitches) {
+        const int state = experiments.Lookup(setting.key, setting.subKey);
+        lines.push_back({Verdict::Info, "experiment",
+                         fmt::format("{}/{}: {}, from {}", inspector::Utf8(setting.key), inspector::Utf8(setting.subKey),
+                                     SwitchText(state), source)});
+    }
+    // Read as the push box reads it: anything but "big" shows the image small.
+    const std::wstring mode = business::GetConfigFromConfigJson(L"pc_push_box_config", L"mode", L"big");
+    lines.push_back({Verdict::Info, "push-box mode",
+                     fmt::format("\"{}\": {}, from pc_push_box_config/mode through the host's business library",
+                                 inspector::Utf8(mode),
+                                 mode == L"big" ? "image as hero picture" : "image as application logo")});
+}
+
+}  // namespace diagnose
