@@ -24,8 +24,33 @@ public:
     }
 
     // The payload, or an empty string on any failure (the log tells which).
-    static std::wstring ReadData(const std::wstring& guid, DWORD timeoutMs) {
-        static constexpr wchar_t kFunction[] = L"GuidFileMapping::ReadData";
+    static std::wstring ReadData(const std::wstring& guid, DWORD timeoutMs) noexcept {
+        try {
+            return ReadDataOrThrow(guid, timeoutMs);
+        } catch (...) {
+            // Only allocations throw here (names, the copy of up to 10 MB);
+            // the mutex owner has let the writer go by now.
+            HOST_LOG_ERROR(kFunction, L"[ReadData] unknown exception, guid={}", guid);
+            return {};
+        }
+    }
+
+private:
+    static constexpr wchar_t kFunction[] = L"GuidFileMapping::ReadData";
+
+    // Releases the writer's mutex once taken, on every way out.
+    class HeldMutex {
+    public:
+        explicit HeldMutex(HANDLE mutex) : mutex_(mutex) {}
+        HeldMutex(const HeldMutex&) = delete;
+        HeldMutex& operator=(const HeldMutex&) = delete;
+        ~HeldMutex() { ReleaseMutex(mutex_); }
+
+    private:
+        HANDLE mutex_;
+    };
+
+    static std::wstring ReadDataOrThrow(const std::wstring& guid, DWORD timeoutMs) {
         if (guid.empty()) {
             HOST_LOG_WARN(kFunction, L"[ReadData] guid is empty, returning early");
             return {};
@@ -50,8 +75,17 @@ public:
 
         UniqueHandle event(OpenEventW(EVENT_MODIFY_STATE, FALSE, eventName.c_str()));
         if (!AcquireWriterMutex(kFunction, mutex, event, eventName, guid, timeoutMs)) return {};
-
         std::wstring result;
+        {
+            const HeldMutex held(mutex.get());
+            result = CopyWithMutexHeld(mapping, mappingName, guid);
+        }
+        if (result.empty()) HOST_LOG_WARN(kFunction, L"[ReadData] returning empty result, guid={}", guid);
+        return result;
+    }
+
+    static std::wstring CopyWithMutexHeld(UniqueHandle& mapping, const std::wstring& mappingName,
+                                          const std::wstring& guid) {
         if (!mapping.valid()) {
             mapping.reset(OpenFileMappingW(FILE_MAP_READ, FALSE, mappingName.c_str()));
             if (!mapping.valid()) {
@@ -61,16 +95,11 @@ public:
         }
         if (!mapping.valid()) {
             HOST_LOG_ERROR(kFunction, L"[ReadData] FileMapping unavailable after mutex acquired, guid={}", guid);
-        } else {
-            result = CopyContent(kFunction, mapping.get());
+            return {};
         }
-
-        ReleaseMutex(mutex.get());
-        if (result.empty()) HOST_LOG_WARN(kFunction, L"[ReadData] returning empty result, guid={}", guid);
-        return result;
+        return CopyContent(kFunction, mapping.get());
     }
 
-private:
     // Signals the writer and waits for its mutex in one step, so a writer
     // that waits on the event cannot miss the reader. An abandoned mutex
     // counts as taken: a writer that died does not stop the read.

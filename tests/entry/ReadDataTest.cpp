@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <future>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,6 +16,19 @@
 #include "PushSegmentWriter.h"
 #include "TempFolder.h"
 #include "TestMain.h"
+
+// Allocations of this size or more fail on a thread that sets the flag, as
+// they would in a client whose address space is full.
+thread_local bool t_failLargeAllocations = false;
+constexpr size_t kLargeAllocationBytes = 1 << 20;
+
+void* operator new(size_t bytes) {
+    if (t_failLargeAllocations && bytes >= kLargeAllocationBytes) throw std::bad_alloc();
+    if (void* block = std::malloc(bytes == 0 ? 1 : bytes)) return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 namespace {
 
@@ -180,6 +195,40 @@ TEST(ReadData, ReadsAfterTheWriterDiedHoldingTheMutex) {
     Read read = ReadOnOtherThread(guid);
     EXPECT_EQ(read.result, L"left behind");
     EXPECT_TRUE(read.lines.empty());
+    writer.CloseAll();
+    ExpectNamedObjectsGone(guid);
+}
+
+TEST(ReadData, LetsTheWriterGoWhenTheCopyCannotBeAllocated) {
+    const std::wstring guid = FreshGuidText();
+    PushSegmentWriter writer(guid, GuidFileMapping::kMaxContentBytes);
+    ASSERT_TRUE(writer.ok());
+    writer.Write(GuidFileMapping::kMaxContentBytes, RawUtf16(L"too big to copy"));
+    writer.ReleaseLock();
+
+    // The reader's thread stays alive meanwhile, so a mutex it kept would
+    // neither be released nor abandoned.
+    HostLogCursor cursor(TestLogPath());
+    std::promise<std::wstring> result;
+    UniqueHandle readerMayEnd(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::thread reader([&] {
+        t_failLargeAllocations = true;
+        result.set_value(GuidFileMapping::ReadData(guid, 2000));
+        t_failLargeAllocations = false;
+        WaitForSingleObject(readerMayEnd.get(), 10000);
+    });
+    EXPECT_EQ(result.get_future().get(), L"");
+
+    UniqueHandle mutex(OpenMutexW(SYNCHRONIZE, FALSE, GuidFileMapping::BuildMappingObjectName(guid, L"_Lock").c_str()));
+    EXPECT_EQ(WaitForSingleObject(mutex.get(), 1000), WAIT_OBJECT_0);
+    ReleaseMutex(mutex.get());
+    SetEvent(readerMayEnd.get());
+    reader.join();
+
+    const auto errors = LinesContaining(cursor.NewLines(), "[ReadData] unknown exception");
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].level, 3);
+    mutex.reset();
     writer.CloseAll();
     ExpectNamedObjectsGone(guid);
 }
