@@ -28,6 +28,16 @@ HRESULT SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, c
                                        HRESULT* handlersResult);
 HRESULT SimRuntime_RaiseToastDismissed(UINT32 index, INT32 reason, HRESULT* handlersResult);
 HRESULT SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult);
+// Whether the platform dropped shown toast `index`: its notifier's application
+// id had no key under HKCU "Software\Classes\AppUserModelId\".
+HRESULT SimRuntime_ShownToastDiscarded(UINT32 index, BOOL* discarded);
+// The next Show raises Activated (`arguments`) and Dismissed (`reason`) at
+// once on two threads, and returns only after both handlers ran.
+HRESULT SimRuntime_RaceEventsOnNextShow(const wchar_t* arguments, INT32 reason);
+// The same race on shown toast `index`.
+HRESULT SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult);
+// The next call of `method` lets a C++ exception out (L"ToastNotifier.Show").
+HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
 }
 
 namespace sim_control {
@@ -39,6 +49,7 @@ struct shown_toast {
     std::wstring app_id;
     bool suppress_popup = false;
     std::optional<std::int64_t> expiration_time;
+    bool discarded = false;
 };
 
 struct toast_handler_counts {
@@ -71,6 +82,9 @@ inline std::vector<shown_toast> shown_toasts() {
               "SimRuntime_ShownToastFlags");
         toast.suppress_popup = suppress != FALSE;
         if (hasExpiration) toast.expiration_time = expiration;
+        BOOL discarded = FALSE;
+        check(SIM_CONTROL_FUNCTION(SimRuntime_ShownToastDiscarded)(index, &discarded), "SimRuntime_ShownToastDiscarded");
+        toast.discarded = discarded != FALSE;
     }
     return toasts;
 }
@@ -103,6 +117,21 @@ inline HRESULT raise_failed(UINT32 index, HRESULT errorCode) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_RaiseToastFailed)(index, errorCode, &handlers),
           "SimRuntime_RaiseToastFailed");
     return handlers;
+}
+
+inline HRESULT raise_racing(UINT32 index, const wchar_t* arguments, INT32 reason) {
+    HRESULT handlers = S_OK;
+    check(SIM_CONTROL_FUNCTION(SimRuntime_RaiseToastRace)(index, arguments, reason, &handlers),
+          "SimRuntime_RaiseToastRace");
+    return handlers;
+}
+
+inline void race_events_on_next_show(const wchar_t* arguments, INT32 reason) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_RaceEventsOnNextShow)(arguments, reason), "SimRuntime_RaceEventsOnNextShow");
+}
+
+inline void throw_from_next_toast_call(const wchar_t* method) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_ThrowFromNextCall)(method), "SimRuntime_ThrowFromNextCall");
 }
 
 }  // namespace sim_control

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "ComPtr.h"
 #include "Notifications.h"
@@ -64,6 +65,9 @@ public:
     HRESULT raise_activated(const std::wstring& arguments, const std::optional<std::wstring>& reply_text);
     HRESULT raise_dismissed(rt::ToastDismissalReason reason);
     HRESULT raise_failed(HRESULT error_code);
+    // Activated and Dismissed at the same moment, on two threads, as the
+    // platform may deliver them; waits for both.
+    HRESULT raise_racing(const std::wstring& arguments, rt::ToastDismissalReason reason);
 
 private:
     template <class Handler>
@@ -78,6 +82,10 @@ private:
     HRESULT remove_handler(const wchar_t* method, handler_table<Handler>& table, rt::EventRegistrationToken token);
     template <class Handler, class Args>
     HRESULT raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args);
+    template <class Handler>
+    std::vector<rt::com_ptr<Handler>> handlers_of(handler_table<Handler>& table);
+    template <class Handler, class Args>
+    HRESULT invoke_all(const std::vector<rt::com_ptr<Handler>>& handlers, const rt::com_ptr<Args>& args);
 
     std::mutex mutex_;
     const rt::com_ptr<rt::IXmlDocument> content_;

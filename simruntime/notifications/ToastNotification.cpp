@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -15,11 +16,14 @@
 #include "SimMethods.h"
 #include "SimPropertyValue.h"
 #include "SimValueSet.h"
+#include "UniqueHandle.h"
 
 namespace {
 
 // The input box of a reply toast carries this id.
 constexpr wchar_t kReplyInputId[] = L"textBox";
+// The platform refuses longer tags (and empty ones) with E_INVALIDARG.
+constexpr size_t kLongestTag = 64;
 
 class activated_args final
     : public sim::object<activated_args, rt::IToastActivatedEventArgs, rt::IToastActivatedEventArgs2> {
@@ -187,7 +191,13 @@ HRESULT toast_notification::put_text(const wchar_t* method, std::wstring& field,
     });
 }
 
-HRESULT toast_notification::put_Tag(HSTRING value) { return put_text(L"ToastNotification.put_Tag", tag_, value); }
+HRESULT toast_notification::put_Tag(HSTRING value) {
+    const size_t length = rt::view_of(value).size();
+    if (length == 0 || length > kLongestTag) {
+        return run_call(L"ToastNotification.put_Tag", rt::view_of(value), [] { return E_INVALIDARG; });
+    }
+    return put_text(L"ToastNotification.put_Tag", tag_, value);
+}
 HRESULT toast_notification::get_Tag(HSTRING* value) {
     return text_result(L"ToastNotification.get_Tag", locked_copy(tag_), value);
 }
@@ -232,32 +242,74 @@ toast_handler_counts toast_notification::handler_counts() {
             static_cast<UINT32>(failed_.size())};
 }
 
-template <class Handler, class Args>
-HRESULT toast_notification::raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args) {
+template <class Handler>
+std::vector<rt::com_ptr<Handler>> toast_notification::handlers_of(handler_table<Handler>& table) {
     // The handlers run without the lock, holding their own references: a
     // handler may revoke itself, as the platform allows.
     std::vector<rt::com_ptr<Handler>> handlers;
-    {
-        std::lock_guard lock(mutex_);
-        for (const auto& [token, handler] : table) handlers.push_back(handler);
-    }
+    std::lock_guard lock(mutex_);
+    for (const auto& [token, handler] : table) handlers.push_back(handler);
+    return handlers;
+}
+
+// On the calling thread; the first failure a handler returned.
+template <class Handler, class Args>
+HRESULT toast_notification::invoke_all(const std::vector<rt::com_ptr<Handler>>& handlers,
+                                       const rt::com_ptr<Args>& args) {
     const auto self = rt::com_ptr<rt::IToastNotification>::copy_from(this);
     HRESULT first_failure = S_OK;
-    std::thread([&] {
-        for (const auto& handler : handlers) {
-            const HRESULT result = handler->Invoke(self.get(), args.get());
-            if (FAILED(result) && SUCCEEDED(first_failure)) first_failure = result;
-        }
-    }).join();
+    for (const auto& handler : handlers) {
+        const HRESULT result = handler->Invoke(self.get(), args.get());
+        if (FAILED(result) && SUCCEEDED(first_failure)) first_failure = result;
+    }
     return first_failure;
+}
+
+template <class Handler, class Args>
+HRESULT toast_notification::raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args) {
+    const auto handlers = handlers_of(table);
+    HRESULT result = S_OK;
+    std::thread([&] { result = invoke_all(handlers, args); }).join();
+    return result;
+}
+
+namespace {
+
+rt::com_ptr<rt::IToastActivatedEventArgs> make_activated_args(const std::wstring& arguments,
+                                                              const std::optional<std::wstring>& reply_text) {
+    std::vector<std::pair<std::wstring, rt::com_ptr<IInspectable>>> input;
+    if (reply_text) input.emplace_back(kReplyInputId, sim::box_string(*reply_text));
+    return sim::make<activated_args>(arguments, sim::make_value_set(input));
+}
+
+}  // namespace
+
+HRESULT toast_notification::raise_racing(const std::wstring& arguments, rt::ToastDismissalReason reason) {
+    const auto activated = handlers_of(activated_);
+    const auto dismissed = handlers_of(dismissed_);
+    const auto activated_arguments = make_activated_args(arguments, std::nullopt);
+    const rt::com_ptr<rt::IToastDismissedEventArgs> dismissed_arguments = make<dismissed_args>(reason);
+    // Both threads are released together, so neither event is reliably first.
+    const UniqueHandle start(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!start.valid()) return HRESULT_FROM_WIN32(GetLastError());
+    HRESULT activated_result = S_OK, dismissed_result = S_OK;
+    std::thread first([&] {
+        WaitForSingleObject(start.get(), INFINITE);
+        activated_result = invoke_all(activated, activated_arguments);
+    });
+    std::thread second([&] {
+        WaitForSingleObject(start.get(), INFINITE);
+        dismissed_result = invoke_all(dismissed, dismissed_arguments);
+    });
+    SetEvent(start.get());
+    first.join();
+    second.join();
+    return FAILED(activated_result) ? activated_result : dismissed_result;
 }
 
 HRESULT toast_notification::raise_activated(const std::wstring& arguments,
                                             const std::optional<std::wstring>& reply_text) {
-    std::vector<std::pair<std::wstring, rt::com_ptr<IInspectable>>> input;
-    if (reply_text) input.emplace_back(kReplyInputId, box_string(*reply_text));
-    const rt::com_ptr<rt::IToastActivatedEventArgs> args = make<activated_args>(arguments, make_value_set(input));
-    return raise(activated_, args);
+    return raise(activated_, make_activated_args(arguments, reply_text));
 }
 
 HRESULT toast_notification::raise_dismissed(rt::ToastDismissalReason reason) {

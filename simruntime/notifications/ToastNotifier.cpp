@@ -12,10 +12,12 @@
 #include <optional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "ForeignException.h"
 #include "HString.h"
 #include "SimCall.h"
 #include "SimMethods.h"
@@ -23,6 +25,7 @@
 #include "SimToastControl.h"
 #include "SimToastNotification.h"
 #include "SimToastTemplates.h"
+#include "UniqueHandle.h"
 
 namespace {
 
@@ -32,6 +35,14 @@ struct shown_toast {
     std::wstring app_id;
     sim::toast_notification::settings settings;
     rt::com_ptr<sim::toast_notification> toast;
+    // The application id was not registered: the platform dropped the toast.
+    bool discarded = false;
+};
+
+// Events the next Show raises before it returns.
+struct race_plan {
+    std::wstring arguments;
+    rt::ToastDismissalReason reason = rt::ToastDismissalReason::UserCanceled;
 };
 
 // Guarded by sim::state_mutex(). Never destroyed: the toasts hold handlers of
@@ -41,7 +52,29 @@ std::vector<shown_toast>& shown_toasts() {
     return *toasts;
 }
 
-const sim::reset_registration reset{[] { shown_toasts().clear(); }};
+// Guarded by sim::state_mutex().
+std::optional<race_plan>& race_on_next_show() {
+    static std::optional<race_plan> plan;
+    return plan;
+}
+
+std::optional<race_plan> take_race_plan() {
+    std::lock_guard lock(sim::state_mutex());
+    return std::exchange(race_on_next_show(), std::nullopt);
+}
+
+const sim::reset_registration reset{[] {
+    shown_toasts().clear();
+    race_on_next_show().reset();
+}};
+
+// An unpackaged process's toasts reach the screen only under an application
+// id registered for the current user; the platform drops the others silently.
+bool is_registered_app_id(const std::wstring& app_id) {
+    const std::wstring key = L"Software\\Classes\\AppUserModelId\\" + app_id;
+    UniqueRegistryKey opened;
+    return RegOpenKeyExW(HKEY_CURRENT_USER, key.c_str(), 0, KEY_READ, opened.put()) == ERROR_SUCCESS;
+}
 
 std::string utf8(const std::wstring& text) {
     if (text.empty()) return {};
@@ -71,14 +104,22 @@ public:
     explicit toast_notifier(std::wstring app_id) : app_id_(std::move(app_id)) {}
 
     HRESULT STDMETHODCALLTYPE Show(rt::IToastNotification* notification) override {
+        sim::throw_if_planned(L"ToastNotifier.Show");
         return sim::run_call(L"ToastNotifier.Show", app_id_, [&]() -> HRESULT {
             auto* toast = dynamic_cast<sim::toast_notification*>(notification);
             if (!toast) return E_INVALIDARG;
             const shown_toast shown{app_id_, toast->current_settings(),
-                                    rt::com_ptr<sim::toast_notification>::copy_from(toast)};
-            append_to_shown_toasts_file(shown);
-            std::lock_guard lock(sim::state_mutex());
-            shown_toasts().push_back(shown);
+                                    rt::com_ptr<sim::toast_notification>::copy_from(toast),
+                                    !is_registered_app_id(app_id_)};
+            if (!shown.discarded) append_to_shown_toasts_file(shown);
+            {
+                std::lock_guard lock(sim::state_mutex());
+                shown_toasts().push_back(shown);
+            }
+            // The platform may deliver a toast's events before Show has returned.
+            if (const auto race = take_race_plan(); race && !shown.discarded) {
+                toast->raise_racing(race->arguments, race->reason);
+            }
             return S_OK;
         });
     }
@@ -245,4 +286,26 @@ extern "C" __declspec(dllexport) HRESULT
     SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult) {
     return raise_on(index, handlersResult,
                     [&](sim::toast_notification& toast) { return toast.raise_failed(errorCode); });
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_ShownToastDiscarded(UINT32 index, BOOL* discarded) {
+    if (!discarded) return E_POINTER;
+    std::lock_guard lock(sim::state_mutex());
+    if (index >= shown_toasts().size()) return sim::out_of_bounds;
+    *discarded = shown_toasts()[index].discarded ? TRUE : FALSE;
+    return S_OK;
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_RaceEventsOnNextShow(const wchar_t* arguments, INT32 reason) {
+    return rt::hresult_from([&] {
+        std::lock_guard lock(sim::state_mutex());
+        race_on_next_show() = race_plan{arguments ? arguments : L"", static_cast<rt::ToastDismissalReason>(reason)};
+    });
+}
+
+extern "C" __declspec(dllexport) HRESULT
+    SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult) {
+    return raise_on(index, handlersResult, [&](sim::toast_notification& toast) {
+        return toast.raise_racing(arguments ? arguments : L"", static_cast<rt::ToastDismissalReason>(reason));
+    });
 }
