@@ -13,9 +13,8 @@ struct LocalFreeDeleter {
     void operator()(LPWSTR* block) const { LocalFree(block); }
 };
 
-}  // namespace
-
-std::wstring GetCommandLineParam(const std::wstring& name) {
+// Allocations may fail; the public function turns that into "absent".
+std::wstring FindCommandLineParam(const std::wstring& name) {
     int count = 0;
     std::unique_ptr<LPWSTR, LocalFreeDeleter> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
     if (!arguments) return {};
@@ -26,6 +25,16 @@ std::wstring GetCommandLineParam(const std::wstring& name) {
         }
     }
     return {};
+}
+
+}  // namespace
+
+std::wstring GetCommandLineParam(const std::wstring& name) {
+    try {
+        return FindCommandLineParam(name);
+    } catch (...) {
+        return {};
+    }
 }
 
 int ParseSwitchNumber(const std::wstring& value) { return _wtoi(value.c_str()); }

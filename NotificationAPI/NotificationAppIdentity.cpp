@@ -12,6 +12,7 @@ namespace notification_wrapper {
 namespace {
 
 constexpr wchar_t kIconFunction[] = L"GetNotifyIconPath";
+constexpr wchar_t kRegisterFunction[] = L"register_app_id";
 
 void SetStringValue(HKEY key, const wchar_t* name, const std::wstring& data) {
     RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(data.c_str()),
@@ -37,9 +38,7 @@ bool WriteWholeFile(const std::wstring& path, const void* bytes, DWORD size) {
     return WriteFile(file.get(), bytes, size, &written, nullptr) && written == size;
 }
 
-}  // namespace
-
-long register_app_id(const std::wstring& display_name, const std::wstring& app_id) {
+long write_app_id_key(const std::wstring& display_name, const std::wstring& app_id) {
     const std::wstring icon = get_notify_icon_path();
     UniqueRegistryKey key;
     const std::wstring subKey = kAppUserModelIdKey + app_id;
@@ -52,7 +51,7 @@ long register_app_id(const std::wstring& display_name, const std::wstring& app_i
     return ERROR_SUCCESS;
 }
 
-std::wstring get_notify_icon_path() {
+std::wstring write_notify_icon() {
     const std::wstring folder = JoinPath(GetAppDataPath(), L"Notification\\");
     const std::wstring path = JoinPath(folder, L"notify.ico");
     SHCreateDirectoryExW(nullptr, folder.c_str(), nullptr);
@@ -84,6 +83,26 @@ std::wstring get_notify_icon_path() {
     }
     HOST_LOG_INFO(kIconFunction, L"[{}][notification-wrapper] WriteFile success for IDR_NOTIFY_ICO", kIconFunction);
     return path;
+}
+
+}  // namespace
+
+long register_app_id(const std::wstring& display_name, const std::wstring& app_id) {
+    try {
+        return write_app_id_key(display_name, app_id);
+    } catch (...) {
+        HOST_LOG_ERROR(kRegisterFunction, L"[{}]register_app_id unknown exception", kRegisterFunction);
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+}
+
+std::wstring get_notify_icon_path() {
+    try {
+        return write_notify_icon();
+    } catch (...) {
+        HOST_LOG_ERROR(kIconFunction, L"[{}]GetNotifyIconPath unknown exception", kIconFunction);
+        return {};
+    }
 }
 
 }  // namespace notification_wrapper

@@ -10,6 +10,7 @@
 #include "Deployment.h"
 #include "HString.h"
 #include "HostLog.h"
+#include "ModulePin.h"
 #include "PackageIdentityUtils.h"
 #include "RuntimeError.h"
 
@@ -71,6 +72,13 @@ HRESULT ReportDeploymentResult(rt::DeploymentOperation* operation) {
     return extendedErrorCode;
 }
 
+// The wait hands the operation a completion handler that may run after the
+// wait gave up, so the module stays mapped from here on.
+rt::AsyncStatus WaitForDeployment(rt::DeploymentOperation* operation, std::uint32_t timeoutMs) {
+    PinModuleInMemory();
+    return rt::wait_for_status(operation, timeoutMs);
+}
+
 rt::com_ptr<rt::DeploymentOperation> StartAddPackage(rt::IUriRuntimeClass* packageUri) {
     const auto options = CreateForcedAddOptions();
     const auto packageManager = CreatePackageManager().As<rt::IPackageManager9>();
@@ -97,7 +105,7 @@ HRESULT DoInstallNotificationPackage(std::uint32_t timeoutMs) {
                   timeoutMs);
 
     const auto operation = StartAddPackage(packageUri.get());
-    const rt::AsyncStatus status = rt::wait_for_status(operation.get(), timeoutMs);
+    const rt::AsyncStatus status = WaitForDeployment(operation.get(), timeoutMs);
     if (status == rt::AsyncStatus::Completed) return ReportDeploymentResult(operation.get());
     // A time-out reports whatever code the cancelled operation carries, unlike
     // the removal, which substitutes its own: the install job reports the platform's view.
@@ -152,7 +160,7 @@ std::optional<HRESULT> RemovePackage(rt::IPackageManager* packageManager, const 
     HOST_LOG_INFO(kUninstallFunction, L"[{}]UninstallNotificationPackage: removing {}, timeoutMs={}",
                   kUninstallFunction, fullName, timeoutMs);
     const auto operation = StartRemovePackage(packageManager, fullName);
-    const rt::AsyncStatus status = rt::wait_for_status(operation.get(), timeoutMs);
+    const rt::AsyncStatus status = WaitForDeployment(operation.get(), timeoutMs);
     if (status == rt::AsyncStatus::Completed) {
         HOST_LOG_INFO(kUninstallFunction, L"[{}]UninstallNotificationPackage: removed {}", kUninstallFunction,
                       fullName);
@@ -173,9 +181,13 @@ std::optional<HRESULT> RemovePackage(rt::IPackageManager* packageManager, const 
 }  // namespace
 
 std::wstring PackageFileUri(const std::wstring& packagePath) {
-    std::wstring path = packagePath;
-    std::replace(path.begin(), path.end(), L'\\', L'/');
-    return L"file:///" + path;
+    try {
+        std::wstring path = packagePath;
+        std::replace(path.begin(), path.end(), L'\\', L'/');
+        return L"file:///" + path;
+    } catch (...) {
+        return {};
+    }
 }
 
 HRESULT InstallNotificationPackage(std::uint32_t timeoutMs) {

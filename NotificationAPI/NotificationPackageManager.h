@@ -21,5 +21,6 @@ bool EnsureNotificationPackageInstalled();
 // none was found, 0x800705B4 when a removal ran out of time.
 HRESULT UninstallNotificationPackage(std::uint32_t timeoutMs);
 
-// "file:///" and the path with forward slashes, not percent-encoded.
+// "file:///" and the path with forward slashes, not percent-encoded; empty
+// when it cannot be built.
 std::wstring PackageFileUri(const std::wstring& packagePath);

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "Activation.h"
 #include "ClassNames.h"
@@ -12,6 +13,7 @@
 #include "Delegate.h"
 #include "HString.h"
 #include "HostLog.h"
+#include "ModulePin.h"
 #include "RuntimeError.h"
 #include "ToastCapabilities.h"
 #include "ToastXmlRenderer.h"
@@ -84,16 +86,13 @@ std::wstring reply_text(const rt::com_ptr<rt::IToastActivatedEventArgs>& activat
 
 // An event ends the toast's life in the table even when its handler fails, so
 // the failure is logged, the entry removed, and the error handed on to the
-// delegate, which turns it into its HRESULT.
+// delegate, which turns it into its HRESULT. Only the first event of a toast
+// reaches the handler.
 template <class Body>
 void run_event(const wchar_t* name, int64_t id, Body&& body) {
-    struct remove_on_exit {
-        int64_t id;
-        ~remove_on_exit() { notification::instance().remove(id); }
-    } removal{id};
     const std::wstring tag = std::wstring(L"`anonymous-namespace'::") + name;
     try {
-        body();
+        notification::instance().deliver_once(id, body);
     } catch (const rt::hresult_error& e) {
         HOST_LOG_ERROR(tag.c_str(), L"[{}]{} exception, hr=0x{:08X}, msg={}", tag, name, host_log::Hex(e.code()),
                        e.message());
@@ -104,8 +103,8 @@ void run_event(const wchar_t* name, int64_t id, Body&& body) {
     }
 }
 
-void on_toast_activated(int64_t id, notification_handler& handler, IInspectable* args) {
-    run_event(L"on_toast_activated", id, [&] {
+void on_toast_activated(int64_t id, IInspectable* args) {
+    run_event(L"on_toast_activated", id, [&](notification_handler& handler) {
         // Not agile: read here, on the thread the platform called on, and never kept.
         const auto activated = rt::com_ptr<IInspectable>::copy_from(args).As<rt::IToastActivatedEventArgs>();
         rt::hstring arguments;
@@ -118,9 +117,8 @@ void on_toast_activated(int64_t id, notification_handler& handler, IInspectable*
     });
 }
 
-void on_toast_dismissed(int64_t id, notification_handler& handler, int64_t expiry_seconds,
-                        rt::IToastDismissedEventArgs* args) {
-    run_event(L"on_toast_dismissed", id, [&] {
+void on_toast_dismissed(int64_t id, int64_t expiry_seconds, rt::IToastDismissedEventArgs* args) {
+    run_event(L"on_toast_dismissed", id, [&](notification_handler& handler) {
         rt::ToastDismissalReason reason = rt::ToastDismissalReason::UserCanceled;
         rt::check(args->get_Reason(&reason));
         // The platform reports an expired toast as cancelled by the user.
@@ -132,8 +130,8 @@ void on_toast_dismissed(int64_t id, notification_handler& handler, int64_t expir
     });
 }
 
-void on_toast_failed(int64_t id, notification_handler& handler) {
-    run_event(L"on_toast_failed", id, [&] { handler.on_failed(); });
+void on_toast_failed(int64_t id) {
+    run_event(L"on_toast_failed", id, [&](notification_handler& handler) { handler.on_failed(); });
 }
 
 }  // namespace
@@ -153,20 +151,33 @@ void notification::clear_active() {
     active_.clear();
 }
 
-void notification::remove(int64_t id) {
-    std::map<int64_t, entry>::node_type removed;
-    {
-        std::lock_guard lock(active_lock_);
-        removed = active_.extract(id);
-    }
-    // Taking the entry out under the lock is what makes the revocation happen
-    // once; the calls themselves run outside it, as the platform may be
-    // dispatching another event of the same toast meanwhile.
-    if (!removed) return;
-    entry& gone = removed.mapped();
+void notification::set_identity(std::wstring display_name, std::wstring app_id) {
+    std::lock_guard lock(identity_lock_);
+    display_name_ = std::move(display_name);
+    app_id_ = std::move(app_id);
+}
+
+std::wstring notification::app_id() const {
+    std::lock_guard lock(identity_lock_);
+    return app_id_;
+}
+
+std::map<int64_t, notification::entry>::node_type notification::take(int64_t id) {
+    std::lock_guard lock(active_lock_);
+    return active_.extract(id);
+}
+
+// Outside the lock: the platform may be dispatching another event of the same toast meanwhile.
+void notification::revoke(entry& gone) {
     gone.toast->remove_Activated(gone.activated_token);
     gone.toast->remove_Dismissed(gone.dismissed_token);
     gone.toast->remove_Failed(gone.failed_token);
+}
+
+void notification::remove(int64_t id) {
+    // Taking the entry out under the lock is what makes the revocation happen once.
+    auto removed = take(id);
+    if (removed) revoke(removed.mapped());
 }
 
 int64_t notification::show_impl(const notification_template& toast, mono_notification_handler_t handler,
@@ -203,14 +214,15 @@ int64_t notification::show_impl(const notification_template& toast, mono_notific
 
     try {
         const int64_t expiry_seconds = record.expiry_seconds;
+        PinModuleInMemory();
         const auto activated = rt::make_delegate<rt::ToastActivatedHandler>(
-            [id, handler](rt::IToastNotification*, IInspectable* args) { on_toast_activated(id, *handler, args); });
+            [id](rt::IToastNotification*, IInspectable* args) { on_toast_activated(id, args); });
         const auto dismissed = rt::make_delegate<rt::ToastDismissedHandler>(
-            [id, handler, expiry_seconds](rt::IToastNotification*, rt::IToastDismissedEventArgs* args) {
-                on_toast_dismissed(id, *handler, expiry_seconds, args);
+            [id, expiry_seconds](rt::IToastNotification*, rt::IToastDismissedEventArgs* args) {
+                on_toast_dismissed(id, expiry_seconds, args);
             });
         const auto failed = rt::make_delegate<rt::ToastFailedHandler>(
-            [id, handler](rt::IToastNotification*, rt::IToastFailedEventArgs*) { on_toast_failed(id, *handler); });
+            [id](rt::IToastNotification*, rt::IToastFailedEventArgs*) { on_toast_failed(id); });
         rt::check(shown->add_Activated(activated.get(), &record.activated_token));
         rt::check(shown->add_Dismissed(dismissed.get(), &record.dismissed_token));
         rt::check(shown->add_Failed(failed.get(), &record.failed_token));
@@ -225,7 +237,7 @@ int64_t notification::show_impl(const notification_template& toast, mono_notific
     const auto manager =
         rt::get_activation_factory<rt::IToastNotificationManagerStatics>(rt::class_name::ToastNotificationManager);
     rt::com_ptr<rt::IToastNotifier> notifier;
-    rt::check(manager->CreateToastNotifierWithId(rt::hstring(app_id).get(), notifier.put()));
+    rt::check(manager->CreateToastNotifierWithId(rt::hstring(app_id()).get(), notifier.put()));
 
     // Recorded before Show: the platform may raise the toast's first event
     // before Show has even returned.

@@ -1,6 +1,7 @@
 #pragma once
 // The process-wide notifier: shows a rendered toast under the application
 // identity and routes the toast's events to its handler.
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -69,11 +70,14 @@ public:
     notification(const notification&) = delete;
     notification& operator=(const notification&) = delete;
 
-    // Written by the push box on every call, read by show; one host thread at a time.
-    bool initialised = false;
-    bool attribution_enabled = false;
-    std::wstring display_name;
-    std::wstring app_id;
+    // Set by the push box; read by show, on any client thread.
+    std::atomic<bool> initialised{false};
+    std::atomic<bool> attribution_enabled{false};
+
+    // The identity toasts appear under; push boxes on several client threads
+    // set it while others show.
+    void set_identity(std::wstring display_name, std::wstring app_id);
+    std::wstring app_id() const;
 
     // The notification id, or -1 with `error` set (error may be null).
     // Windows Runtime failures are thrown as rt::hresult_error.
@@ -90,8 +94,14 @@ public:
     void clear_active();
 
     // Takes toast `id` out of the table and revokes its three event
-    // registrations; the first event of each toast calls it.
+    // registrations.
     void remove(int64_t id);
+
+    // The first event of a toast: hands its handler to `deliver` unless
+    // another event of the same toast came first, then removes the toast.
+    // Events may race each other and the Show that is still returning.
+    template <class Deliver>
+    void deliver_once(int64_t id, Deliver&& deliver);
 
 private:
     struct entry {
@@ -105,8 +115,27 @@ private:
 
     notification() = default;
 
+    // Empty when the toast is gone already.
+    std::map<int64_t, entry>::node_type take(int64_t id);
+    static void revoke(entry& gone);
+
+    mutable std::mutex identity_lock_;
+    std::wstring display_name_;
+    std::wstring app_id_;
+
     mutable std::mutex active_lock_;
     std::map<int64_t, entry> active_;
 };
+
+template <class Deliver>
+void notification::deliver_once(int64_t id, Deliver&& deliver) {
+    auto claimed = take(id);
+    if (!claimed) return;
+    struct revoke_on_exit {
+        entry& gone;
+        ~revoke_on_exit() { revoke(gone); }
+    } revocation{claimed.mapped()};
+    deliver(*claimed.mapped().handler);
+}
 
 }  // namespace notification_wrapper

@@ -51,19 +51,41 @@ void InitialiseNotifierOnce() {
 }
 
 // Every call writes the identity again, so a key the user deleted comes back
-// with the next push box.
+// with the next push box. Clients call from several threads: one writer at a
+// time, or two would race over the icon file and the key.
 void RegisterIdentity() {
+    static std::mutex registration;
+    std::lock_guard lock(registration);
     auto& notifier = notification_wrapper::notification::instance();
-    notifier.display_name = kDisplayName;
-    notifier.app_id = kAppId;
-    notification_wrapper::register_app_id(notifier.display_name, notifier.app_id);
-    SetCurrentProcessExplicitAppUserModelID(notifier.app_id.c_str());
+    notifier.set_identity(kDisplayName, kAppId);
+    notification_wrapper::register_app_id(kDisplayName, kAppId);
+    SetCurrentProcessExplicitAppUserModelID(kAppId);
     notifier.initialised = true;
 }
 
 bool IsBigMode() {
     const std::wstring mode = business::GetConfigFromConfigJson(L"pc_push_box_config", L"mode", L"big");
     return UtilJx::Base::Utf16ToUtf8(mode) == "big";
+}
+
+std::wstring DownloadIfHttp(const std::wstring& image_url) {
+    if (!IsHttpUrl(image_url)) {
+        HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download skip, not http url = {}",
+                      kDownloadFunction, image_url);
+        return image_url;
+    }
+    // The files stay behind: the notification centre may show the toast long
+    // after this call, and the temporary folder is the system's to clean.
+    const std::wstring path = TempImagePath();
+    const HRESULT hr = URLDownloadToFileW(nullptr, image_url.c_str(), path.c_str(), 0, nullptr);
+    if (FAILED(hr)) {
+        HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download failed, hr = 0x{:x}, url = {}",
+                      kDownloadFunction, host_log::Hex(hr), image_url);
+        return {};
+    }
+    HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download success, url = {}, localPath = {}",
+                  kDownloadFunction, image_url, path);
+    return path;
 }
 
 void ApplyImage(notification_wrapper::notification_template& toast, const std::wstring& image_url, bool isBigMode) {
@@ -87,23 +109,12 @@ void ApplyImage(notification_wrapper::notification_template& toast, const std::w
 }  // namespace
 
 std::wstring DownloadImageToTemp(const std::wstring& image_url) {
-    if (!IsHttpUrl(image_url)) {
-        HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download skip, not http url = {}",
-                      kDownloadFunction, image_url);
-        return image_url;
-    }
-    // The files stay behind: the notification centre may show the toast long
-    // after this call, and the temporary folder is the system's to clean.
-    const std::wstring path = TempImagePath();
-    const HRESULT hr = URLDownloadToFileW(nullptr, image_url.c_str(), path.c_str(), 0, nullptr);
-    if (FAILED(hr)) {
-        HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download failed, hr = 0x{:x}, url = {}",
-                      kDownloadFunction, host_log::Hex(hr), image_url);
+    try {
+        return DownloadIfHttp(image_url);
+    } catch (...) {
+        HOST_LOG_ERROR(kDownloadFunction, L"[{}]DownloadImageToTemp unknown exception", kDownloadFunction);
         return {};
     }
-    HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download success, url = {}, localPath = {}",
-                  kDownloadFunction, image_url, path);
-    return path;
 }
 
 bool NotificationSetToPushBoxImpl(const wchar_t* title, const wchar_t* content, const wchar_t* image_url,

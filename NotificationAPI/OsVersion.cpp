@@ -33,7 +33,7 @@ private:
     HMODULE module_;
 };
 
-bool ReadKernelFileVersion(uint32_t& major, uint32_t& minor) {
+bool ReadKernelFileVersionOrThrow(uint32_t& major, uint32_t& minor) {
     wchar_t systemDir[MAX_PATH] = {};
     UINT length = GetSystemDirectoryW(systemDir, MAX_PATH);
     if (length == 0 || length >= MAX_PATH) return false;
@@ -49,6 +49,15 @@ bool ReadKernelFileVersion(uint32_t& major, uint32_t& minor) {
     major = HIWORD(info->dwFileVersionMS);
     minor = LOWORD(info->dwFileVersionMS);
     return true;
+}
+
+// The probe answers "unknown" rather than throw when the block cannot be allocated.
+bool ReadKernelFileVersion(uint32_t& major, uint32_t& minor) {
+    try {
+        return ReadKernelFileVersionOrThrow(major, minor);
+    } catch (...) {
+        return false;
+    }
 }
 
 }  // namespace

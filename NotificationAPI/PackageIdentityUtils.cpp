@@ -18,6 +18,7 @@ namespace {
 
 constexpr wchar_t kDirectoryFunction[] = L"GetNotificationApiDllDirectory";
 constexpr wchar_t kQueryFunction[] = L"QueryInstalledNotificationPackageVersion";
+constexpr wchar_t kExportFunction[] = L"GetInstalledNotificationPackageVersion";
 
 // Any address inside this module identifies it.
 const int kAddressInsideModule = 0;
@@ -40,7 +41,11 @@ std::wstring ModuleFileName(HMODULE module) {
 }  // namespace
 
 std::wstring ParentFolderOfPath(std::wstring_view path) {
-    return std::filesystem::path(path).parent_path().wstring();
+    try {
+        return std::filesystem::path(path).parent_path().wstring();
+    } catch (...) {
+        return {};
+    }
 }
 
 std::wstring GetNotificationApiDllDirectory() {
@@ -50,7 +55,12 @@ std::wstring GetNotificationApiDllDirectory() {
                        GetLastError());
         return {};
     }
-    return ParentFolderOfPath(ModuleFileName(module));
+    try {
+        return ParentFolderOfPath(ModuleFileName(module));
+    } catch (...) {
+        HOST_LOG_ERROR(kDirectoryFunction, L"[{}]GetNotificationApiDllDirectory unknown exception", kDirectoryFunction);
+        return {};
+    }
 }
 
 rt::com_ptr<rt::IPackageManager> CreatePackageManager() {
@@ -101,7 +111,13 @@ std::optional<rt::PackageVersion> QueryInstalledNotificationPackageVersion() {
 std::string QueryInstalledNotificationPackageVersionString() {
     const auto version = QueryInstalledNotificationPackageVersion();
     if (!version) return {};
-    return fmt::format("{}.{}.{}.{}", version->Major, version->Minor, version->Build, version->Revision);
+    try {
+        return fmt::format("{}.{}.{}.{}", version->Major, version->Minor, version->Build, version->Revision);
+    } catch (...) {
+        HOST_LOG_ERROR(kQueryFunction, L"[{}]QueryInstalledNotificationPackageVersionString unknown exception",
+                       kQueryFunction);
+        return {};
+    }
 }
 
 extern "C" __declspec(dllexport) bool GetInstalledNotificationPackageVersion(wchar_t* buffer,
@@ -122,12 +138,19 @@ extern "C" __declspec(dllexport) bool GetInstalledNotificationPackageVersion(wch
         return false;
     }
 
-    const std::wstring text =
-        fmt::format(L"{}.{}.{}.{}", version->Major, version->Minor, version->Build, version->Revision);
-    if (text.size() + 1 > bufferLength) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    try {
+        const std::wstring text =
+            fmt::format(L"{}.{}.{}.{}", version->Major, version->Minor, version->Build, version->Revision);
+        if (text.size() + 1 > bufferLength) {
+            SetLastError(ERROR_INSUFFICIENT_BUFFER);
+            return false;
+        }
+        wcscpy_s(buffer, bufferLength, text.c_str());
+        return true;
+    } catch (...) {
+        HOST_LOG_ERROR(kExportFunction, L"[{}]GetInstalledNotificationPackageVersion unknown exception",
+                       kExportFunction);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return false;
     }
-    wcscpy_s(buffer, bufferLength, text.c_str());
-    return true;
 }

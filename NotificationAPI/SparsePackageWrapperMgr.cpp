@@ -81,6 +81,9 @@ void RunPackageJob() {
 void HandleActionEntry(const std::wstring& action, const std::wstring& guid) {
     try {
         RunRawNotificationAction(action, guid);
+    } catch (const rt::hresult_error& e) {
+        HOST_LOG_ERROR(kActionFunction, L"[{}]HandleActionEntry exception, hr=0x{:08X}, msg={}", kActionFunction,
+                       host_log::Hex(e.code()), e.message());
     } catch (...) {
         HOST_LOG_ERROR(kActionFunction, L"[{}]HandleActionEntry unknown exception", kActionFunction);
     }
@@ -128,7 +131,11 @@ void RunRawNotificationAction(const std::wstring& action, const std::wstring& gu
 
 extern "C" void Orvale_LoadModule_WinMain(HINSTANCE instance, HINSTANCE previousInstance, LPWSTR commandLine,
                                           int showCommand) {
-    InitLogModule(instance, previousInstance, commandLine, showCommand);
+    try {
+        InitLogModule(instance, previousInstance, commandLine, showCommand);
+    } catch (...) {
+        // The job runs without its log rather than not at all.
+    }
     try {
         const std::wstring action = GetCommandLineParam(L"action");
         if (!action.empty()) {

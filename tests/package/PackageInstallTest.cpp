@@ -67,6 +67,16 @@ TEST_F(InstallTest, AnOperationThatDidNotCompleteReturnsItsOwnErrorCode) {
     EXPECT_TRUE(Logged(3, std::string(kDoInstallTag) + "async status=3, hr=0x80073CFB"));
 }
 
+// Unlike the removal's, the install's time-out is not clamped to 30 s.
+TEST_F(InstallTest, WaitsTheWholeTimeOutItWasGiven) {
+    sim_control::set_async_delay_ms(30500);
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_EQ(S_OK, InstallNotificationPackage(60000));
+    EXPECT_GE(GetTickCount64() - start, 30000u);
+    EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installing msixUri=" + WideToUtf8Text(ExpectedPackageUri()) +
+                              ", timeoutMs=60000"));
+}
+
 TEST_F(InstallTest, TheAbandonedOperationReleasesTheCompletionHandler) {
     sim_control::set_async_outcome(kAddCall, 0);
     rt::com_ptr<IUnknown> handler;

@@ -55,6 +55,8 @@ TEST_F(UninstallTest, ATimeOutStopsBeforeTheNextPackage) {
     EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_TIMEOUT), UninstallNotificationPackage(50));
     EXPECT_EQ(std::vector<std::wstring>{RemoveCall(L"first")}, CallsStartingWith(kRemoveCall));
     EXPECT_TRUE(Logged(3, std::string(kTag) + ": timeout (50ms) removing first"));
+    // The operation never ends by itself: only Cancel lets go of its completion handler.
+    EXPECT_TRUE(Eventually([] { return !sim_control::deployment_operation_handler(0); }));
 }
 
 TEST_F(UninstallTest, AnOperationThatEndsOtherwiseStopsWithItsOwnCode) {

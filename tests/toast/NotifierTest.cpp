@@ -8,9 +8,14 @@
 #include <cwctype>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "Activation.h"
+#include "ClassNames.h"
+#include "HString.h"
 #include "HostLogFile.h"
 #include "NotificationWrapper.h"
 #include "NotificationWrapperMgr.h"
@@ -125,6 +130,7 @@ TEST_F(Notifier, PushBoxShowsWithoutBannerUnderTheClientsIdentity) {
     ASSERT_EQ(shown.size(), 3u);
     for (const auto& toast : shown) {
         EXPECT_EQ(toast.app_id, kAppId);
+        EXPECT_FALSE(toast.discarded) << "the identity is registered before the toast is shown";
         EXPECT_TRUE(toast.suppress_popup);
         EXPECT_FALSE(toast.expiration_time.has_value());
     }
@@ -278,6 +284,116 @@ TEST_F(Notifier, PushBoxToastEndsWithItsEvent) {
 
     EXPECT_EQ(notification::instance().active_count(), before);
     EXPECT_EQ(sim_control::handler_counts(0), sim_control::toast_handler_counts{});
+}
+
+TEST_F(Notifier, PushBoxRefusesATagThePlatformRefuses) {
+    const std::wstring longest(64, L'x');
+    EXPECT_TRUE(NotificationSetToPushBoxWithTag(L"Title", L"Body", nullptr, nullptr, longest.c_str()));
+    const size_t before = notification::instance().active_count();
+    EXPECT_FALSE(NotificationSetToPushBoxWithTag(L"Title", L"Body", nullptr, nullptr, (longest + L"x").c_str()));
+
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_EQ(shown[0].tag, longest);
+    EXPECT_EQ(notification::instance().active_count(), before);
+}
+
+TEST_F(Notifier, PushBoxCatchesAForeignExceptionFromTheNotifier) {
+    sim_control::throw_from_next_toast_call(L"ToastNotifier.Show");
+    const size_t before = notification::instance().active_count();
+    HostLogCursor cursor(TestLogPath());
+    EXPECT_FALSE(NotificationSetToPushBox(L"Title", L"Body", nullptr, nullptr));
+
+    EXPECT_EQ(notification::instance().active_count(), before);
+    EXPECT_EQ(LinesContaining(cursor.NewLines(), "NotificationSetToPushBoxImpl unknown exception").size(), 1u);
+}
+
+TEST_F(Notifier, PushBoxesFromManyClientThreadsAreEachShownOnce) {
+    constexpr int kThreads = 8, kPerThread = 50;
+    std::vector<std::thread> clients;
+    std::vector<int> failures(kThreads, 0);
+    for (int t = 0; t < kThreads; ++t) {
+        clients.emplace_back([t, &failures] {
+            for (int i = 0; i < kPerThread; ++i) {
+                const std::wstring title = std::to_wstring(t) + L"-" + std::to_wstring(i);
+                if (!NotificationSetToPushBox(title.c_str(), L"Body", nullptr, nullptr)) ++failures[t];
+            }
+        });
+    }
+    for (auto& client : clients) client.join();
+
+    EXPECT_EQ(failures, std::vector<int>(kThreads, 0));
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), static_cast<size_t>(kThreads * kPerThread));
+    std::set<std::wstring> titles, tags;
+    for (const auto& toast : shown) {
+        EXPECT_EQ(toast.app_id, kAppId);
+        titles.insert(TextsOf(toast.xml, L"text").at(0));
+        tags.insert(toast.tag);
+    }
+    EXPECT_EQ(titles.size(), shown.size());
+    EXPECT_EQ(tags.size(), shown.size());
+}
+
+TEST_F(Notifier, EventsRacingEachOtherOrShowReachTheHandlerOnce) {
+    StartThroughPushBox();
+    const size_t before = notification::instance().active_count();
+    constexpr UINT32 kToasts = 20;
+    for (UINT32 index = 0; index < kToasts; ++index) {
+        if (index % 2 == 0) sim_control::race_events_on_next_show(L"1", 0);
+        ShowRecorded(notification_template());
+        if (index % 2 == 1) EXPECT_EQ(sim_control::raise_racing(index, L"1", 0), S_OK);
+    }
+
+    const auto events = Summaries(*record_);
+    EXPECT_EQ(events.size(), kToasts);
+    for (const auto& event : events) {
+        EXPECT_TRUE(event == (EventSummary{notification_event_kind::activated, 1, L""}) ||
+                    event == (EventSummary{notification_event_kind::dismissed, 0, L""}));
+    }
+    EXPECT_EQ(notification::instance().active_count(), before);
+    for (UINT32 index = 0; index < kToasts; ++index) {
+        EXPECT_EQ(sim_control::handler_counts(index), sim_control::toast_handler_counts{}) << index;
+    }
+}
+
+TEST_F(Notifier, AReplyWithoutItsTextEndsTheToastWithoutAHandlerCall) {
+    StartThroughPushBox();
+    notification_template reply;
+    reply.reply_box = true;
+    const size_t before = notification::instance().active_count();
+    ShowRecorded(reply);
+    HostLogCursor cursor(TestLogPath());
+
+    EXPECT_EQ(sim_control::raise_activated(0, L"action=reply", nullptr), static_cast<HRESULT>(0x8000000B));  // E_BOUNDS
+
+    EXPECT_TRUE(Summaries(*record_).empty());
+    EXPECT_EQ(LinesContaining(cursor.NewLines(), "on_toast_activated exception, hr=0x8000000B").size(), 1u);
+    EXPECT_EQ(notification::instance().active_count(), before);
+}
+
+// As Windows does for a process without a package: toasts under an
+// application id nobody registered are dropped.
+TEST_F(Notifier, TheNotificationCentreDropsToastsOfAnUnregisteredApplication) {
+    const wchar_t* kUnregistered = L"Nobody.Registered.This";
+    RegDeleteKeyW(HKEY_CURRENT_USER, (std::wstring(L"Software\\Classes\\AppUserModelId\\") + kUnregistered).c_str());
+    const auto document = rt::activate_instance<rt::IXmlDocument>(rt::class_name::XmlDocument);
+    rt::check(document.As<rt::IXmlDocumentIO>()->LoadXml(rt::hstring(L"<toast><visual/></toast>").get()));
+    const auto factory = rt::get_activation_factory<rt::IToastNotificationFactory>(rt::class_name::ToastNotification);
+    rt::com_ptr<rt::IToastNotification> toast;
+    rt::check(factory->CreateToastNotification(document.get(), toast.put()));
+    const auto manager =
+        rt::get_activation_factory<rt::IToastNotificationManagerStatics>(rt::class_name::ToastNotificationManager);
+    rt::com_ptr<rt::IToastNotifier> notifier;
+    rt::check(manager->CreateToastNotifierWithId(rt::hstring(kUnregistered).get(), notifier.put()));
+
+    EXPECT_EQ(notifier->Show(toast.get()), S_OK);
+
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_TRUE(shown[0].discarded);
+    const auto toast2 = toast.As<rt::IToastNotification2>();
+    EXPECT_EQ(toast2->put_Tag(rt::hstring(L"").get()), E_INVALIDARG);
 }
 
 }  // namespace
