@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+#include <string>
+
 #include "OsVersion.h"
 #include "TestProcess.h"
+#include "UniqueHandle.h"
 
 namespace {
 
@@ -24,37 +28,68 @@ TEST(OsVersionRule, AcceptsWindows10From19041AndEveryLaterMajor) {
 }
 
 // Wine reports the version stored under CurrentVersion when the prefix does
-// not pin one; the original values come back whatever the test does.
-class EmulatedWindowsVersion {
+// not pin one. A value that cannot be written fails the test at once (it would
+// otherwise probe the prefix's own version); the old value, or its absence,
+// comes back whatever the test does.
+class RegistryValueOverride {
 public:
-    EmulatedWindowsVersion(const wchar_t* version, const wchar_t* build) {
-        RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, &key_,
-                        nullptr);
-        savedVersion_ = Read(L"CurrentVersion");
-        savedBuild_ = Read(L"CurrentBuildNumber");
-        Write(L"CurrentVersion", version);
-        Write(L"CurrentBuildNumber", build);
+    RegistryValueOverride(HKEY key, const wchar_t* name, const std::wstring& value) : key_(key), name_(name) {
+        wchar_t saved[256] = {};
+        DWORD bytes = sizeof(saved);
+        DWORD type = 0;
+        existed_ = RegQueryValueExW(key_, name_, nullptr, &type, reinterpret_cast<BYTE*>(saved), &bytes) ==
+                   ERROR_SUCCESS;
+        saved_.assign(saved, bytes / sizeof(wchar_t));
+        savedType_ = type;
+        const LONG written = Write(REG_SZ, std::wstring(value) + L'\0');
+        if (written != ERROR_SUCCESS) {
+            throw std::runtime_error("cannot write the emulated Windows version, error " + std::to_string(written));
+        }
     }
-    ~EmulatedWindowsVersion() {
-        Write(L"CurrentVersion", savedVersion_.c_str());
-        Write(L"CurrentBuildNumber", savedBuild_.c_str());
-        RegCloseKey(key_);
+    RegistryValueOverride(const RegistryValueOverride&) = delete;
+    RegistryValueOverride& operator=(const RegistryValueOverride&) = delete;
+    ~RegistryValueOverride() {
+        const LONG restored = existed_ ? Write(savedType_, saved_) : RegDeleteValueW(key_, name_);
+        EXPECT_EQ(restored, ERROR_SUCCESS) << "the prefix keeps an emulated Windows version";
     }
 
 private:
-    static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
-    std::wstring Read(const wchar_t* name) {
-        wchar_t value[64] = {};
-        DWORD bytes = sizeof(value);
-        RegQueryValueExW(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(value), &bytes);
-        return value;
+    LONG Write(DWORD type, const std::wstring& data) {
+        return RegSetValueExW(key_, name_, 0, type, reinterpret_cast<const BYTE*>(data.data()),
+                              static_cast<DWORD>(data.size() * sizeof(wchar_t)));
     }
-    void Write(const wchar_t* name, const wchar_t* value) {
-        RegSetValueExW(key_, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value),
-                       static_cast<DWORD>((wcslen(value) + 1) * sizeof(wchar_t)));
+
+    HKEY key_;
+    const wchar_t* name_;
+    bool existed_ = false;
+    DWORD savedType_ = REG_SZ;
+    std::wstring saved_;  // with its terminator, as stored
+};
+
+class OpenedVersionKey {
+public:
+    OpenedVersionKey() {
+        const LONG opened = RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion", 0,
+                                            nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, key_.put(), nullptr);
+        if (opened != ERROR_SUCCESS) {
+            throw std::runtime_error("cannot open the Windows version key, error " + std::to_string(opened));
+        }
     }
-    HKEY key_ = nullptr;
-    std::wstring savedVersion_, savedBuild_;
+    HKEY get() const { return key_.get(); }
+
+private:
+    UniqueRegistryKey key_;
+};
+
+class EmulatedWindowsVersion {
+public:
+    EmulatedWindowsVersion(const wchar_t* version, const wchar_t* build)
+        : version_(key_.get(), L"CurrentVersion", version), build_(key_.get(), L"CurrentBuildNumber", build) {}
+
+private:
+    OpenedVersionKey key_;
+    RegistryValueOverride version_;
+    RegistryValueOverride build_;
 };
 
 std::string ProbeInNewProcess() {
