@@ -1,0 +1,397 @@
+#include "FuzzSupport.h"
+
+#include <shellapi.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "TempFolder.h"
+
+namespace fuzz {
+
+std::uint64_t Random::Next() {
+    std::uint64_t z = (state_ += 0x9E3779B97F4A7C15ull);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+    return z ^ (z >> 31);
+}
+
+std::string Random::Bytes(std::size_t count) {
+    std::string bytes(count, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(Next() & 0xFF);
+    return bytes;
+}
+
+std::uint8_t CaseReader::Byte() {
+    return offset_ < bytes_.size() ? static_cast<std::uint8_t>(bytes_[offset_++]) : 0;
+}
+
+std::uint32_t CaseReader::Below(std::uint32_t bound) {
+    if (bound <= 1) return 0;
+    std::uint64_t value = 0;
+    for (std::uint64_t span = 1; span < bound; span <<= 8) value = (value << 8) | Byte();
+    return static_cast<std::uint32_t>(value % bound);
+}
+
+std::string CaseReader::Bytes(std::size_t count) {
+    std::string bytes;
+    bytes.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) bytes.push_back(static_cast<char>(Byte()));
+    return bytes;
+}
+
+std::uint32_t CaseReader::Uint32() {
+    std::uint32_t value = 0;
+    for (int i = 0; i < 4; ++i) value = (value << 8) | Byte();
+    return value;
+}
+
+namespace {
+
+struct Settings {
+    std::uint64_t cases = 0;  // 0: the surface's short count
+    std::uint64_t seed = 1;
+};
+
+std::uint64_t ParseCount(const std::wstring& text, std::uint64_t fallback) {
+    if (text.empty()) return fallback;
+    return std::wcstoull(text.c_str(), nullptr, 0);
+}
+
+std::wstring Variable(const wchar_t* name) {
+    wchar_t value[256] = {};
+    const DWORD length = GetEnvironmentVariableW(name, value, 256);
+    return length > 0 && length < 256 ? std::wstring(value, length) : std::wstring();
+}
+
+// Arguments win over variables, so one test can be rerun by hand.
+Settings ReadSettings() {
+    Settings settings;
+    settings.cases = ParseCount(Variable(L"ORVALE_FUZZ_CASES"), 0);
+    settings.seed = ParseCount(Variable(L"ORVALE_FUZZ_SEED"), 1);
+    int count = 0;
+    LPWSTR* arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (arguments == nullptr) return settings;
+    for (int i = 1; i < count; ++i) {
+        const std::wstring argument = arguments[i];
+        if (argument.rfind(L"--fuzz-cases=", 0) == 0) settings.cases = ParseCount(argument.substr(13), 0);
+        if (argument.rfind(L"--fuzz-seed=", 0) == 0) settings.seed = ParseCount(argument.substr(12), 1);
+    }
+    LocalFree(arguments);
+    return settings;
+}
+
+const Settings& CurrentSettings() {
+    static const Settings settings = ReadSettings();
+    return settings;
+}
+
+std::uint64_t Fnv1a(std::string_view bytes) {
+    std::uint64_t hash = 0xCBF29CE484222325ull;
+    for (char byte : bytes) hash = (hash ^ static_cast<std::uint8_t>(byte)) * 0x100000001B3ull;
+    return hash;
+}
+
+// Named after its content, so a case found twice is kept once.
+std::wstring SaveCase(const std::wstring& folder, std::string_view bytes) {
+    std::error_code ignored;
+    std::filesystem::create_directories(folder, ignored);
+    wchar_t name[32] = {};
+    swprintf(name, 32, L"%016llx.bin", static_cast<unsigned long long>(Fnv1a(bytes)));
+    const std::wstring path = folder + L"\\" + name;
+    WriteFileBytes(path, std::string(bytes));
+    return path;
+}
+
+// The case the watch saves when the process is about to die with it.
+struct CaseInProgress {
+    std::wstring corpusFolder;
+    std::string bytes;
+    bool saveOnFailure = false;
+    std::string label;
+};
+
+std::atomic<const CaseInProgress*> g_current{nullptr};
+
+void SaveDyingCase(const char* why) {
+    const CaseInProgress* current = g_current.exchange(nullptr);
+    if (current == nullptr) return;
+    std::fprintf(stderr, "\n[fuzz] %s in %s\n", why, current->label.c_str());
+    if (current->saveOnFailure) {
+        const std::wstring path = SaveCase(current->corpusFolder, current->bytes);
+        std::fprintf(stderr, "[fuzz] case saved to %s\n", WideToUtf8Text(path).c_str());
+    }
+    std::fflush(stderr);
+}
+
+LONG WINAPI SaveCaseOnCrash(EXCEPTION_POINTERS* info) {
+    char why[64] = {};
+    std::snprintf(why, sizeof(why), "crash 0x%08lX", info->ExceptionRecord->ExceptionCode);
+    SaveDyingCase(why);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+[[noreturn]] void SaveCaseOnTerminate() {
+    SaveDyingCase("uncaught exception");
+    std::abort();
+}
+
+// Ends the process when a case outlives its time limit: a hung case cannot be
+// stopped from outside its thread.
+class HangWatch {
+public:
+    HangWatch() : thread_([this] { Watch(); }) {}
+    ~HangWatch() {
+        {
+            std::lock_guard lock(mutex_);
+            stopping_ = true;
+        }
+        changed_.notify_all();
+        thread_.join();
+    }
+    void Arm(DWORD limitMs) {
+        std::lock_guard lock(mutex_);
+        deadline_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(limitMs);
+        armed_ = true;
+        changed_.notify_all();
+    }
+    void Disarm() {
+        std::lock_guard lock(mutex_);
+        armed_ = false;
+    }
+
+private:
+    void Watch() {
+        std::unique_lock lock(mutex_);
+        while (!stopping_) {
+            if (!armed_) {
+                changed_.wait(lock);
+            } else if (changed_.wait_until(lock, deadline_) == std::cv_status::timeout && armed_ &&
+                       std::chrono::steady_clock::now() >= deadline_) {
+                SaveDyingCase("hang past the case's time limit");
+                TerminateProcess(GetCurrentProcess(), 3);
+            }
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool stopping_ = false;
+    bool armed_ = false;
+    std::chrono::steady_clock::time_point deadline_;
+    std::thread thread_;
+};
+
+std::vector<std::wstring> CorpusFiles(const std::wstring& folder) {
+    std::vector<std::wstring> files;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (entry.is_regular_file() && entry.path().extension() == L".bin") files.push_back(entry.path().wstring());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// Wine answers GetProcessHandleCount with 0 (its process query is a stub) but
+// lists every open handle of the system with its owner, so this process's
+// handles are counted there, by object type.
+struct SystemHandleEntry {
+    ULONG ownerPid;
+    UCHAR objectType;
+    UCHAR flags;
+    USHORT value;
+    PVOID object;
+    ACCESS_MASK access;
+};
+struct SystemHandleList {
+    ULONG count;
+    SystemHandleEntry entries[1];
+};
+using QuerySystemInformation = LONG(WINAPI*)(ULONG, PVOID, ULONG, PULONG);
+constexpr ULONG kSystemHandleInformation = 16;
+constexpr LONG kInfoLengthMismatch = static_cast<LONG>(0xC0000004);
+
+struct OwnHandle {
+    int type;
+    USHORT value;
+};
+
+std::vector<OwnHandle> OwnSystemHandles() {
+    static const auto query = reinterpret_cast<QuerySystemInformation>(
+        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation"));
+    std::vector<OwnHandle> handles;
+    if (query == nullptr) return handles;
+    std::vector<std::uint8_t> buffer(1 << 16);
+    ULONG needed = 0;
+    LONG status = 0;
+    while ((status = query(kSystemHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()), &needed)) ==
+           kInfoLengthMismatch) {
+        buffer.resize(std::max<std::size_t>(buffer.size() * 2, needed + 4096));
+    }
+    if (status < 0) return handles;
+    const auto* list = reinterpret_cast<const SystemHandleList*>(buffer.data());
+    const ULONG self = GetCurrentProcessId();
+    for (ULONG i = 0; i < list->count; ++i) {
+        if (list->entries[i].ownerPid == self) handles.push_back({list->entries[i].objectType, list->entries[i].value});
+    }
+    return handles;
+}
+
+// Wine's runtime activation leaves one registry key open per activation (seen
+// by experiment: ten activations of one class, ten more key handles), so keys
+// are not counted. Type numbers differ between versions: found by opening one.
+int RegistryKeyType() {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, &key) != ERROR_SUCCESS) return -1;
+    int type = -1;
+    for (const OwnHandle& handle : OwnSystemHandles()) {
+        if (handle.value == static_cast<USHORT>(reinterpret_cast<std::uintptr_t>(key))) type = handle.type;
+    }
+    RegCloseKey(key);
+    return type;
+}
+
+std::map<int, long> OwnSystemHandleTypes() {
+    static const int keyType = RegistryKeyType();
+    std::map<int, long> types;
+    for (const OwnHandle& handle : OwnSystemHandles()) {
+        if (handle.type != keyType) ++types[handle.type];
+    }
+    return types;
+}
+
+long CountOwnSystemHandles() {
+    long count = 0;
+    for (const auto& [type, handles] : OwnSystemHandleTypes()) count += handles;
+    return count;
+}
+
+// Which object types grew, where the system list tells.
+std::string HandleGrowth(const std::map<int, long>& before) {
+    std::string text;
+    for (const auto& [type, handles] : OwnSystemHandleTypes()) {
+        const auto found = before.find(type);
+        const long grown = handles - (found == before.end() ? 0 : found->second);
+        if (grown > 0) text += " type " + std::to_string(type) + " +" + std::to_string(grown);
+    }
+    return text;
+}
+
+std::string GeneratedCase(const Surface& surface, std::uint64_t seed, std::uint64_t index) {
+    Random random(seed ^ Fnv1a(surface.name) ^ (index * 0xD1B54A32D192ED03ull));
+    return random.Bytes(static_cast<std::size_t>(random.Below(surface.maxCaseBytes + 1)));
+}
+
+class Campaign {
+public:
+    Campaign(const Surface& surface, const std::function<void(std::string_view)>& runCase)
+        : surface_(surface), runCase_(runCase), corpus_(CorpusFolder(surface)) {}
+
+    // False when the case failed (the campaign stops).
+    bool Run(std::string bytes, bool saveOnFailure, std::string label) {
+        CaseInProgress current{corpus_, std::move(bytes), saveOnFailure, std::move(label)};
+        g_current = &current;
+        watch_.Arm(surface_.caseTimeLimitMs);
+        runCase_(current.bytes);
+        watch_.Disarm();
+        g_current = nullptr;
+        const long handles = HandleCount();
+        maxHandles_ = std::max(maxHandles_, handles);
+        if (baseline_ >= 0 && handles > baseline_ + surface_.handleTolerance) {
+            ADD_FAILURE() << "handle count grew from " << baseline_ << " to " << handles << " by " << current.label
+                          << "; object types grown:" << HandleGrowth(baselineTypes_);
+        }
+        if (!testing::Test::HasFailure()) return true;
+        ADD_FAILURE() << "failing case: " << current.label << ", bytes " << Hex(current.bytes);
+        if (saveOnFailure) std::printf("[fuzz] case saved to %s\n", WideToUtf8Text(SaveCase(corpus_, current.bytes)).c_str());
+        return false;
+    }
+
+    void Execute() {
+        const std::uint64_t seed = Seed();
+        const std::uint64_t cases = CaseCount(surface_);
+        const auto started = std::chrono::steady_clock::now();
+        for (std::uint64_t i = 0; i < surface_.warmUpCases; ++i) {
+            if (!Run(GeneratedCase(surface_, ~seed, i), true, Label("warm-up", ~seed, i))) return;
+        }
+        baseline_ = HandleCount();
+        baselineTypes_ = OwnSystemHandleTypes();
+        const auto files = CorpusFiles(corpus_);
+        for (const auto& file : files) {
+            if (!Run(ReadFileBytes(file), false, "corpus case " + WideToUtf8Text(file))) return;
+        }
+        for (std::uint64_t i = 0; i < cases; ++i) {
+            if (!Run(GeneratedCase(surface_, seed, i), true, Label("generated", seed, i))) return;
+        }
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+        std::printf("[fuzz] %s: seed %llu, %zu corpus cases, %llu generated cases, handles %ld after warm-up, "
+                    "at most %ld, %.1f s\n",
+                    surface_.name, static_cast<unsigned long long>(seed), files.size(),
+                    static_cast<unsigned long long>(cases), baseline_, maxHandles_, seconds);
+    }
+
+private:
+    static std::string Label(const char* kind, std::uint64_t seed, std::uint64_t index) {
+        return std::string(kind) + " case " + std::to_string(index) + " of seed " + std::to_string(seed);
+    }
+
+    const Surface& surface_;
+    const std::function<void(std::string_view)>& runCase_;
+    std::wstring corpus_;
+    HangWatch watch_;
+    long baseline_ = -1;
+    std::map<int, long> baselineTypes_;
+    long maxHandles_ = 0;
+};
+
+}  // namespace
+
+std::uint64_t CaseCount(const Surface& surface) {
+    return CurrentSettings().cases != 0 ? CurrentSettings().cases : surface.shortCases;
+}
+
+std::uint64_t Seed() { return CurrentSettings().seed; }
+
+std::wstring CorpusFolder(const Surface& surface) {
+    std::wstring root = Variable(L"ORVALE_FUZZ_CORPUS");
+    if (root.empty()) root = ORVALE_FUZZ_CORPUS_DIR;
+    return root + L"\\" + Utf8ToWideText(surface.name);
+}
+
+void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase) {
+    CurrentSettings();
+    SetUnhandledExceptionFilter(SaveCaseOnCrash);
+    std::set_terminate(SaveCaseOnTerminate);
+    Campaign(surface, runCase).Execute();
+}
+
+long HandleCount() {
+    DWORD count = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) return static_cast<long>(count);
+    return CountOwnSystemHandles();
+}
+
+std::string Hex(std::string_view bytes, std::size_t maxBytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size() && i < maxBytes; ++i) {
+        text += digits[static_cast<std::uint8_t>(bytes[i]) >> 4];
+        text += digits[static_cast<std::uint8_t>(bytes[i]) & 0xF];
+    }
+    if (bytes.size() > maxBytes) text += "... (" + std::to_string(bytes.size()) + " bytes)";
+    return text;
+}
+
+}  // namespace fuzz

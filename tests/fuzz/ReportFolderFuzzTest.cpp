@@ -1,0 +1,168 @@
+// The report queue over folders of random files: random names (claims with
+// odd suffixes among them), random bytes as queued and claimed files, and
+// valid reports among them, drained, recovered, claimed and rolled back. No
+// valid report may be lost: each is still in the folder or was accepted.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "FuzzSupport.h"
+#include "QuorvelReportClaim.h"
+#include "QuorvelReportCrypto.h"
+#include "QuorvelReportUpload.h"
+#include "ReportTestSupport.h"
+
+namespace {
+
+const fuzz::Surface kSurface{"report_folder", 160, 200, 30000, 8};
+
+constexpr const wchar_t* kPieces[] = {L"1731500000123456700", L"a", L".", L"..", L" ", L"-", L"json", L".json",
+                                      L".uploading.", L"uploading", L"\u00e9", L"\u4e2d", L"~", L"0", L"tmp", L"#"};
+
+std::wstring Soup(fuzz::CaseReader& in, size_t maxPieces) {
+    std::wstring text;
+    for (size_t n = in.Below(static_cast<uint32_t>(maxPieces + 1)); n > 0; --n) text += in.Pick(kPieces);
+    return text;
+}
+
+std::wstring Stem(fuzz::CaseReader& in) {
+    std::wstring stem = L"17315";
+    for (int i = 0; i < 14; ++i) stem += static_cast<wchar_t>(L'0' + in.Below(10));
+    return stem;
+}
+
+std::wstring ClaimSuffix(fuzz::CaseReader& in) {
+    const long long now = static_cast<long long>(std::time(nullptr));
+    switch (in.Below(10)) {
+        case 0: return std::to_wstring(now - 1000);
+        case 1: return std::to_wstring(now - 900);
+        case 2: return std::to_wstring(now - 902);
+        case 3: return std::to_wstring(now);
+        case 4: return L"";
+        case 5: return L"abc";
+        case 6: return L"-5";
+        case 7: return L"99999999999999999999";
+        case 8: return L" 12";
+        default: return Soup(in, 2);
+    }
+}
+
+std::wstring FileName(fuzz::CaseReader& in) {
+    switch (in.Below(7)) {
+        case 0: return Stem(in) + L".json";
+        case 1: return Soup(in, 4) + L".json";
+        case 2: return Stem(in) + L".tmp";
+        case 3:
+        case 4: {
+            const std::wstring pid = in.Chance(128) ? std::to_wstring(GetCurrentProcessId()) : Soup(in, 1);
+            return Stem(in) + L".uploading." + pid + L"." + ClaimSuffix(in);
+        }
+        case 5: return Soup(in, 6);
+        default: {
+            std::wstring name;
+            for (size_t n = in.Below(12); n > 0; --n) name += static_cast<wchar_t>(1 + in.Below(0x2FF));  // any character
+            return name;
+        }
+    }
+}
+
+std::vector<std::wstring> FilesIn(const QueueFolder& folder) {
+    std::vector<std::wstring> paths;
+    for (const auto& name : folder.Names()) paths.push_back(folder / name);
+    return paths;
+}
+
+bool FolderHoldsReport(const QueueFolder& folder, const std::string& tag) {
+    for (const auto& path : FilesIn(folder)) {
+        const std::string bytes = ReadFileBytes(path);
+        if (quorvel::DecryptReport(std::vector<std::uint8_t>(bytes.begin(), bytes.end())).find(tag) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void EmptyFolder(const QueueFolder& folder) {
+    for (const auto& path : FilesIn(folder)) DeleteFileW(path.c_str());
+}
+
+class ReportFolderCase {
+public:
+    ReportFolderCase(const QueueFolder& folder, MappedCollector& collector) : folder_(folder), collector_(collector) {}
+
+    void Run(std::string_view bytes) {
+        fuzz::CaseReader in(bytes);
+        static constexpr int kStatuses[] = {200, 200, 200, 500, 204};
+        collector_.AnswerWith(in.Pick(kStatuses));
+        for (size_t n = in.Below(6); n > 0; --n) PlaceFile(in);
+        for (size_t n = in.Below(3); n > 0; --n) {
+            const std::string tag = NextTag();
+            if (!QueueReport(folder_, SampleBody(tag)).empty()) tags_.push_back(tag);
+        }
+        for (size_t n = 1 + in.Below(3); n > 0; --n) Act(in);
+
+        const std::vector<std::string> accepted = AcceptedEventNames(collector_);
+        for (const std::string& tag : tags_) {
+            const bool delivered = std::find(accepted.begin(), accepted.end(), tag) != accepted.end();
+            EXPECT_TRUE(delivered || FolderHoldsReport(folder_, tag)) << "report " << tag << " was lost";
+        }
+        EmptyFolder(folder_);
+        tags_.clear();
+    }
+
+private:
+    std::string NextTag() { return "fuzz-report-" + std::to_string(counter_++); }
+
+    void PlaceFile(fuzz::CaseReader& in) {
+        const std::wstring path = folder_ / FileName(in);
+        if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return;  // a valid report must not be overwritten
+        switch (in.Below(4)) {
+            case 0: WriteFileBytes(path, ""); break;
+            case 1: {
+                const std::string tag = NextTag();
+                const std::vector<std::uint8_t> cipher = quorvel::EncryptReport(SampleBody(tag));
+                if (WriteFileBytes(path, std::string(cipher.begin(), cipher.end())) &&
+                    GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
+                    tags_.push_back(tag);
+                }
+                break;
+            }
+            default: WriteFileBytes(path, in.Bytes(in.Chance(128) ? 16 * in.Below(8) : in.Below(200)));
+        }
+    }
+
+    void Act(fuzz::CaseReader& in) {
+        const std::vector<std::wstring> files = FilesIn(folder_);
+        const std::wstring some = files.empty() ? folder_ / L"absent.json" : files[in.Below(static_cast<uint32_t>(files.size()))];
+        switch (in.Below(5)) {
+            case 0:
+            case 1: quorvel::UploadPendingReports(folder_.path(), CollectorUrl(), in.Chance(224) ? "dev-1" : ""); break;
+            case 2: quorvel::RecoverStaleClaimedFiles(folder_.path()); break;
+            case 3:
+                if (const auto claimed = quorvel::ClaimReportFile(some)) quorvel::RollbackClaimedFile(*claimed);
+                break;
+            default: quorvel::RollbackClaimedFile(some); break;
+        }
+    }
+
+    const QueueFolder& folder_;
+    MappedCollector& collector_;
+    std::vector<std::string> tags_;
+    std::uint64_t counter_ = 0;
+};
+
+TEST(ReportFolderFuzz, NoQueuedReportIsLost) {
+    QueueFolder folder;
+    MappedCollector collector;
+    ReportFolderCase runner(folder, collector);
+    fuzz::RunCampaign(kSurface, [&](std::string_view bytes) { runner.Run(bytes); });
+}
+
+}  // namespace
