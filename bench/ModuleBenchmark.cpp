@@ -1,6 +1,6 @@
 // Measures costs of the module side by side in one run, each figure the median
 // of several repetitions:
-//   ReportBenchmark.exe [--repetitions N] [--slow-repetitions N] [--only <text in a figure's name>]
+//   ModuleBenchmark.exe [--repetitions N] [--slow-repetitions N] [--only <text in a figure's name>]
 // It needs the simulated runtime of a Wine session (see README.md). A figure
 // that fails is printed as failed; the exit code is then 1 (2 for bad options).
 #include <windows.h>
@@ -13,7 +13,10 @@
 
 #include "BenchEnvironment.h"
 #include "BenchTable.h"
+#include "HostRunFigures.h"
 #include "Measure.h"
+#include "PackageFigures.h"
+#include "ReadDataFigures.h"
 #include "ReportFigures.h"
 
 namespace {
@@ -25,8 +28,15 @@ struct Figure {
 
 // New figures go here, one function each.
 constexpr Figure kFigures[] = {
+    {L"read-data", &MeasureReadDataAgainstCopy},
+    {L"do-nothing-run", &MeasureDoNothingRunAgainstBareLoad},
+    {L"flush-lines", &MeasureFlushLines},
     {L"report-path", &MeasureReportPathAgainstPost},
     {L"drain", &MeasureDrainThroughput},
+    {L"read-data-timeout", &MeasureReadDataTimeoutOvershoot},
+    {L"install-timeout", &MeasureInstallTimeoutOvershoot},
+    {L"uninstall-timeout", &MeasureUninstallTimeoutOvershoot},
+    {L"post-timeout", &MeasurePostTimeoutOvershoot},
 };
 
 struct Options {
@@ -35,7 +45,7 @@ struct Options {
 };
 
 int Usage() {
-    std::fputs("usage: ReportBenchmark.exe [--repetitions N] [--slow-repetitions N] [--only <figure>]\nfigures:", stderr);
+    std::fputs("usage: ModuleBenchmark.exe [--repetitions N] [--slow-repetitions N] [--only <figure>]\nfigures:", stderr);
     for (const Figure& figure : kFigures) std::fprintf(stderr, " %ls", figure.name);
     std::fputs("\n", stderr);
     return 2;

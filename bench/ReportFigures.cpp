@@ -19,6 +19,9 @@ namespace {
 constexpr char kDeviceId[] = "bench-device";
 constexpr int kReportsPerSample = 20;
 constexpr int kDrainReports = 1000;
+// Past the module's 10-second POST time-out; the collector gives the answer up when it stops.
+constexpr unsigned kLateAnswerMs = 20000;
+constexpr double kPostTimeoutSeconds = 10.0;
 
 std::string SampleBody() {
     quorvel::ErrorEventInfo record;
@@ -103,16 +106,12 @@ FigureRow MeasureReportPathAgainstPost(const BenchSettings& settings) {
     RunLocalReportPath(folder.path(), body);
     PostOnce(loopback.url(), body);
 
-    // Interleaved, so that both sides of each ratio see the same load of a shared machine.
-    std::vector<double> local, post, ratio;
-    for (int i = 0; i < settings.repetitions; ++i) {
-        local.push_back(SecondsPerCall([&] { RunLocalReportPath(folder.path(), body); }));
-        post.push_back(SecondsPerCall([&] { PostOnce(loopback.url(), body); }));
-        ratio.push_back(local.back() / post.back());
-    }
+    const PairedSamples samples = RepeatPaired(
+        settings.repetitions, [&] { return SecondsPerCall([&] { RunLocalReportPath(folder.path(), body); }); },
+        [&] { return SecondsPerCall([&] { PostOnce(loopback.url(), body); }); });
     return {"report path without the POST, per report (" + std::to_string(body.size()) + "-byte body)",
-            DurationText(MedianOf(local)), DurationText(MedianOf(post)) + " per loopback POST",
-            fmt::format("{:.2f}x one POST", MedianOf(ratio))};
+            DurationText(MedianOf(samples.measured)), DurationText(MedianOf(samples.baseline)) + " per loopback POST",
+            fmt::format("{:.2f}x one POST", MedianOf(samples.ratio))};
 }
 
 FigureRow MeasureDrainThroughput(const BenchSettings& settings) {
@@ -133,4 +132,19 @@ FigureRow MeasureDrainThroughput(const BenchSettings& settings) {
     }));
     return {fmt::format("queue drain of {} reports", kDrainReports), DurationText(seconds), "-",
             fmt::format("{:.0f} reports/s", kDrainReports / seconds)};
+}
+
+FigureRow MeasurePostTimeoutOvershoot(const BenchSettings& settings) {
+    CollectorOnLoopback loopback;
+    const std::string body = SampleBody();
+    PostOnce(loopback.url(), body);  // warm-up, as for the ratio above
+    const std::vector<double> elapsed = Repeat(settings.slowRepetitions, [&] {
+        loopback.collector().QueueAnswer(LoopbackCollector::Answer::After(kLateAnswerMs));
+        bool delivered = true;
+        const double taken = SecondsOf(
+            [&] { delivered = rt::wait_for_result(quorvel::HttpPostReportAsync(loopback.url(), body, "bench").get()); });
+        if (delivered) throw std::runtime_error("the late POST did not time out");
+        return taken;
+    });
+    return OvershootRow("POST time-out, collector answering after 20 s", kPostTimeoutSeconds, elapsed);
 }
