@@ -21,8 +21,6 @@ namespace {
 
 constexpr wchar_t kImplFunction[] = L"NotificationSetToPushBoxImpl";
 constexpr wchar_t kDownloadFunction[] = L"DownloadImageToTemp";
-constexpr wchar_t kDisplayName[] = L"Malvorn Video";
-constexpr wchar_t kAppId[] = L"MalvornVideo.Orvale.v1";
 
 std::wstring OwnedText(const wchar_t* text) { return text != nullptr ? std::wstring(text) : std::wstring(); }
 
@@ -57,16 +55,13 @@ void RegisterIdentity() {
     static std::mutex registration;
     std::lock_guard lock(registration);
     auto& notifier = notification_wrapper::notification::instance();
-    notifier.set_identity(kDisplayName, kAppId);
-    notification_wrapper::register_app_id(kDisplayName, kAppId);
-    SetCurrentProcessExplicitAppUserModelID(kAppId);
+    notifier.set_identity(kPushBoxDisplayName, kPushBoxAppId);
+    notification_wrapper::register_app_id(kPushBoxDisplayName, kPushBoxAppId);
+    SetCurrentProcessExplicitAppUserModelID(kPushBoxAppId);
     notifier.initialised = true;
 }
 
-bool IsBigMode() {
-    const std::wstring mode = business::GetConfigFromConfigJson(L"pc_push_box_config", L"mode", L"big");
-    return UtilJx::Base::Utf16ToUtf8(mode) == "big";
-}
+bool IsBigMode() { return UtilJx::Base::Utf16ToUtf8(ReadPushBoxMode()) == "big"; }
 
 std::wstring DownloadIfHttp(const std::wstring& image_url) {
     if (!IsHttpUrl(image_url)) {
@@ -163,4 +158,12 @@ extern "C" bool NotificationSetToPushBox(const wchar_t* title, const wchar_t* co
 extern "C" bool NotificationSetToPushBoxWithTag(const wchar_t* title, const wchar_t* content, const wchar_t* image_url,
                                                 const wchar_t* launch_args, const wchar_t* tag) {
     return NotificationSetToPushBoxImpl(title, content, image_url, launch_args, tag);
+}
+
+std::wstring ReadPushBoxMode() {
+    try {
+        return business::GetConfigFromConfigJson(L"pc_push_box_config", L"mode", L"big");
+    } catch (...) {
+        return L"big";
+    }
 }

@@ -4,6 +4,7 @@
 #include "DiagnosticChecks.h"
 #include "InspectorText.h"
 #include "KivAgentWrapper.h"
+#include "NotificationWrapperMgr.h"
 
 namespace diagnose {
 
@@ -39,8 +40,7 @@ void CheckHostConfiguration(CheckLines& lines) {
                          fmt::format("{}/{}: {}, from {}", inspector::Utf8(setting.key), inspector::Utf8(setting.subKey),
                                      SwitchText(state), source)});
     }
-    // Read as the push box reads it: anything but "big" shows the image small.
-    const std::wstring mode = business::GetConfigFromConfigJson(L"pc_push_box_config", L"mode", L"big");
+    const std::wstring mode = ReadPushBoxMode();
     lines.push_back({Verdict::Info, "push-box mode",
                      fmt::format("\"{}\": {}, from pc_push_box_config/mode through the host's business library",
                                  inspector::Utf8(mode),

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "NotificationWrapperMgr.h"
+
 namespace diagnose {
 
 enum class Verdict {
@@ -21,9 +23,8 @@ struct CheckLine {
 
 using CheckLines = std::vector<CheckLine>;
 
-// The identity the push box registers; the module keeps it private to the
-// push-box code, so it is restated here and must change with it.
-inline constexpr wchar_t kAppId[] = L"MalvornVideo.Orvale.v1";
+// The identity the push box registers.
+inline constexpr const wchar_t* kAppId = kPushBoxAppId;
 
 // The identity key under HKCU and the icon file it names.
 void CheckAppIdentity(CheckLines& lines);
