@@ -2,7 +2,7 @@
 
 #include "Business.h"
 #include "DiagnosticChecks.h"
-#include "InspectorText.h"
+#include "ViewerText.h"
 #include "KivAgentWrapper.h"
 #include "NotificationWrapperMgr.h"
 
@@ -37,13 +37,13 @@ void CheckHostConfiguration(CheckLines& lines) {
     for (const Switch& setting : kSwitches) {
         const int state = experiments.Lookup(setting.key, setting.subKey);
         lines.push_back({Verdict::Info, "experiment",
-                         fmt::format("{}/{}: {}, from {}", inspector::Utf8(setting.key), inspector::Utf8(setting.subKey),
+                         fmt::format("{}/{}: {}, from {}", viewer::Utf8(setting.key), viewer::Utf8(setting.subKey),
                                      SwitchText(state), source)});
     }
     const std::wstring mode = ReadPushBoxMode();
     lines.push_back({Verdict::Info, "push-box mode",
                      fmt::format("\"{}\": {}, from pc_push_box_config/mode through the host's business library",
-                                 inspector::Utf8(mode),
+                                 viewer::Utf8(mode),
                                  mode == L"big" ? "image as hero picture" : "image as application logo")});
 }
 

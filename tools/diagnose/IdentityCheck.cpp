@@ -9,7 +9,7 @@
 #include <string>
 
 #include "DiagnosticChecks.h"
-#include "InspectorText.h"
+#include "ViewerText.h"
 #include "NotificationAppIdentity.h"
 #include "UniqueHandle.h"
 #include "ZoLog.h"
@@ -18,7 +18,7 @@ namespace diagnose {
 
 namespace {
 
-using inspector::Utf8;
+using viewer::Utf8;
 
 std::optional<std::wstring> ReadStringValue(HKEY key, const wchar_t* name) {
     DWORD bytes = 0;

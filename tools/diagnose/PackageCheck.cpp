@@ -6,7 +6,7 @@
 #include "DiagnosticChecks.h"
 #include "Foundation.h"
 #include "HString.h"
-#include "InspectorText.h"
+#include "ViewerText.h"
 #include "Launcher.h"
 #include "PackageIdentityUtils.h"
 #include "RuntimeError.h"
@@ -59,10 +59,10 @@ CheckLine PackageLine() {
         const auto version = FirstNotificationPackageVersion();
         if (!version) {
             return {Verdict::Fail, "package",
-                    fmt::format("{} is not registered for this user", inspector::Utf8(kNotificationPackageName))};
+                    fmt::format("{} is not registered for this user", viewer::Utf8(kNotificationPackageName))};
         }
         return {Verdict::Ok, "package",
-                fmt::format("{} registered, version {}.{}.{}.{}", inspector::Utf8(kNotificationPackageName),
+                fmt::format("{} registered, version {}.{}.{}.{}", viewer::Utf8(kNotificationPackageName),
                             version->Major, version->Minor, version->Build, version->Revision)};
     } catch (const rt::hresult_error& error) {
         return {Verdict::Fail, "package", fmt::format("the package manager failed: 0x{:08X}",

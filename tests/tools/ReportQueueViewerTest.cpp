@@ -1,4 +1,4 @@
-// The report-queue inspector run as support staff run it: a child process
+// The report-queue viewer run as support staff run it: a child process
 // over a real queue folder.
 #include <gtest/gtest.h>
 
@@ -17,8 +17,8 @@
 
 namespace {
 
-ProcessResult RunInspector(const std::wstring& arguments, const EnvironmentOverrides& environment = {}) {
-    return RunProcess(L"\"" + BinaryFolder() + L"\\ReportQueueInspector.exe\" " + arguments, environment);
+ProcessResult RunViewer(const std::wstring& arguments, const EnvironmentOverrides& environment = {}) {
+    return RunProcess(L"\"" + BinaryFolder() + L"\\ReportQueueViewer.exe\" " + arguments, environment);
 }
 
 std::wstring Quoted(const std::wstring& text) { return L"\"" + text + L"\""; }
@@ -61,7 +61,7 @@ std::set<std::wstring> NamesIn(const TempFolder& folder) {
     return names;
 }
 
-TEST(ReportQueueInspector, ListTellsEveryKindOfFileAndChangesNothing) {
+TEST(ReportQueueViewer, ListTellsEveryKindOfFileAndChangesNothing) {
     TempFolder queue;
     const long long now = quorvel::UnixSecondsNow();
     const std::wstring queued = StemAged(125) + L".json";
@@ -77,7 +77,7 @@ TEST(ReportQueueInspector, ListTellsEveryKindOfFileAndChangesNothing) {
     WriteFileBytes(queue / L"notes.txt", "hello");
     const auto namesBefore = NamesIn(queue);
 
-    const ProcessResult result = RunInspector(L"list " + Quoted(queue.path()));
+    const ProcessResult result = RunViewer(L"list " + Quoted(queue.path()));
 
     ASSERT_TRUE(result.finished);
     EXPECT_EQ(result.exitCode, 0u) << result.output;
@@ -95,22 +95,22 @@ TEST(ReportQueueInspector, ListTellsEveryKindOfFileAndChangesNothing) {
     EXPECT_EQ(NamesIn(queue), namesBefore);
 }
 
-TEST(ReportQueueInspector, ExitCodesForUsageAndMissingFolders) {
-    EXPECT_EQ(RunInspector(L"").exitCode, 1u);
-    EXPECT_EQ(RunInspector(L"show").exitCode, 1u);
-    EXPECT_EQ(RunInspector(L"drain").exitCode, 1u);
-    EXPECT_EQ(RunInspector(L"drain http://x/ --aid").exitCode, 1u);
-    EXPECT_EQ(RunInspector(L"drain http://x/", {{L"ORVALE_STANDALONE_DEVICE_GUID", L""}}).exitCode, 1u);
+TEST(ReportQueueViewer, ExitCodesForUsageAndMissingFolders) {
+    EXPECT_EQ(RunViewer(L"").exitCode, 1u);
+    EXPECT_EQ(RunViewer(L"show").exitCode, 1u);
+    EXPECT_EQ(RunViewer(L"drain").exitCode, 1u);
+    EXPECT_EQ(RunViewer(L"drain http://x/ --aid").exitCode, 1u);
+    EXPECT_EQ(RunViewer(L"drain http://x/", {{L"ORVALE_STANDALONE_DEVICE_GUID", L""}}).exitCode, 1u);
     TempFolder parent;
-    EXPECT_EQ(RunInspector(L"list " + Quoted(parent / L"missing")).exitCode, 2u);
-    EXPECT_EQ(RunInspector(L"drain http://x/ " + Quoted(parent / L"missing") + L" --aid a").exitCode, 2u);
+    EXPECT_EQ(RunViewer(L"list " + Quoted(parent / L"missing")).exitCode, 2u);
+    EXPECT_EQ(RunViewer(L"drain http://x/ " + Quoted(parent / L"missing") + L" --aid a").exitCode, 2u);
 }
 
-TEST(ReportQueueInspector, ListDefaultsToTheModulesReportFolder) {
+TEST(ReportQueueViewer, ListDefaultsToTheModulesReportFolder) {
     const std::wstring folder = quorvel::GetReportDirectory();
     ASSERT_FALSE(folder.empty());
 
-    const ProcessResult result = RunInspector(L"list");
+    const ProcessResult result = RunViewer(L"list");
 
     EXPECT_EQ(result.exitCode, 0u) << result.output;
     std::string firstLine = result.output.substr(0, result.output.find('\n'));
@@ -118,12 +118,12 @@ TEST(ReportQueueInspector, ListDefaultsToTheModulesReportFolder) {
     EXPECT_EQ(firstLine, "report queue " + WideToUtf8Text(folder));
 }
 
-TEST(ReportQueueInspector, ShowDecodesTheNestedTextsOfARealReport) {
+TEST(ReportQueueViewer, ShowDecodesTheNestedTextsOfARealReport) {
     TempFolder queue;
     const std::wstring claimed = StemAged(1) + L".uploading.77.1700000000";
     WriteReport(queue / claimed, SampleBody(-2147024891));
 
-    const ProcessResult result = RunInspector(L"show " + Quoted(queue / claimed));
+    const ProcessResult result = RunViewer(L"show " + Quoted(queue / claimed));
 
     EXPECT_EQ(result.exitCode, 0u) << result.output;
     EXPECT_TRUE(Contains(result.output, "\"level\" : \"error\"")) << result.output;
@@ -132,22 +132,22 @@ TEST(ReportQueueInspector, ShowDecodesTheNestedTextsOfARealReport) {
     EXPECT_TRUE(Contains(result.output, "\"topic\" : \"SDK-7d2e81f0a93b5c46e128\"")) << result.output;
 }
 
-TEST(ReportQueueInspector, ShowRefusesWhatDoesNotDecrypt) {
+TEST(ReportQueueViewer, ShowRefusesWhatDoesNotDecrypt) {
     TempFolder queue;
     WriteFileBytes(queue / L"1.json", std::string(48, '\x5a'));
     WriteFileBytes(queue / L"2.json", "");
 
-    const ProcessResult garbage = RunInspector(L"show " + Quoted(queue / L"1.json"));
+    const ProcessResult garbage = RunViewer(L"show " + Quoted(queue / L"1.json"));
     EXPECT_EQ(garbage.exitCode, 2u);
     EXPECT_TRUE(Contains(garbage.output, "does not decrypt")) << garbage.output;
-    EXPECT_EQ(RunInspector(L"show " + Quoted(queue / L"2.json")).exitCode, 2u);
-    EXPECT_EQ(RunInspector(L"show " + Quoted(queue / L"3.json")).exitCode, 2u);
+    EXPECT_EQ(RunViewer(L"show " + Quoted(queue / L"2.json")).exitCode, 2u);
+    EXPECT_EQ(RunViewer(L"show " + Quoted(queue / L"3.json")).exitCode, 2u);
 }
 
 class ReportQueueDrain : public testing::Test {
 protected:
     ProcessResult Drain() {
-        return RunInspector(L"drain " + std::wstring(quorvel::build_settings::kCollectorUrl) + L" " +
+        return RunViewer(L"drain " + std::wstring(quorvel::build_settings::kCollectorUrl) + L" " +
                                 Quoted(queue.path()) + L" --aid device-7",
                             {{L"SIMRUNTIME_HTTP_HOSTS", collector.HostMapping(quorvel::build_settings::kCollectorHost)}});
     }

@@ -1,7 +1,7 @@
 #pragma once
 #include <windows.h>
 
-namespace inspector {
+namespace viewer {
 
 enum class ProcessState { Running, Ended };
 
@@ -11,4 +11,4 @@ ProcessState StateOfProcess(DWORD pid);
 
 const char* ProcessStateText(ProcessState state);
 
-}  // namespace inspector
+}  // namespace viewer

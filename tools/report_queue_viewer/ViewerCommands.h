@@ -1,8 +1,8 @@
 #pragma once
-// The inspector's three commands. Only DrainQueue changes the queue.
+// The viewer's three commands. Only DrainQueue changes the queue.
 #include <string>
 
-namespace inspector {
+namespace viewer {
 
 enum ExitCode : int {
     kSuccess = 0,
@@ -18,4 +18,4 @@ int ShowReport(const std::wstring& path);
 // `folder` must exist; `aid` must not be empty.
 int DrainQueue(const std::wstring& url, const std::wstring& folder, const std::string& aid);
 
-}  // namespace inspector
+}  // namespace viewer

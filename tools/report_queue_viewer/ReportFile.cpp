@@ -8,7 +8,7 @@
 
 #include "UniqueHandle.h"
 
-namespace inspector {
+namespace viewer {
 
 namespace {
 
@@ -69,4 +69,4 @@ std::optional<std::string> FormatReportBody(const std::string& body) {
     return Json::writeString(writer, *root);
 }
 
-}  // namespace inspector
+}  // namespace viewer

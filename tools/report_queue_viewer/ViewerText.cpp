@@ -1,10 +1,10 @@
-#include "InspectorText.h"
+#include "ViewerText.h"
 
 #include <fmt/format.h>
 
 #include "UtilJx.h"
 
-namespace inspector {
+namespace viewer {
 
 std::string Utf8(const std::wstring& text) { return UtilJx::Base::Utf16ToUtf8(text); }
 
@@ -16,4 +16,4 @@ std::string AgeText(long long seconds) {
     return fmt::format("{}d{:02}h", seconds / 86400, seconds % 86400 / 3600);
 }
 
-}  // namespace inspector
+}  // namespace viewer

@@ -1,7 +1,7 @@
 // Looks into the report queue of the module for the people who support the client:
-//   ReportQueueInspector.exe list [folder]
-//   ReportQueueInspector.exe show <file>
-//   ReportQueueInspector.exe drain <url> [folder] [--aid <device id>]
+//   ReportQueueViewer.exe list [folder]
+//   ReportQueueViewer.exe show <file>
+//   ReportQueueViewer.exe drain <url> [folder] [--aid <device id>]
 // Exit codes: 0 done, 1 usage, 2 no such folder or the file is not a readable report.
 // Only drain changes the queue, and only through the module's own upload.
 #include <cstdio>
@@ -9,20 +9,20 @@
 #include <string>
 #include <vector>
 
-#include "InspectorCommands.h"
-#include "InspectorText.h"
+#include "ViewerCommands.h"
+#include "ViewerText.h"
 #include "QuorvelReportBody.h"
 
 namespace {
 
 int Usage() {
     std::fputs(
-        "usage: ReportQueueInspector.exe list [folder]\n"
-        "       ReportQueueInspector.exe show <file>\n"
-        "       ReportQueueInspector.exe drain <url> [folder] [--aid <device id>]\n"
+        "usage: ReportQueueViewer.exe list [folder]\n"
+        "       ReportQueueViewer.exe show <file>\n"
+        "       ReportQueueViewer.exe drain <url> [folder] [--aid <device id>]\n"
         "The folder defaults to this user's report queue.\n",
         stderr);
-    return inspector::kUsage;
+    return viewer::kUsage;
 }
 
 struct DrainArguments {
@@ -37,7 +37,7 @@ std::optional<DrainArguments> ParseDrainArguments(const std::vector<std::wstring
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i] == L"--aid") {
             if (i + 1 == arguments.size() || parsed.aid) return std::nullopt;
-            parsed.aid = inspector::Utf8(arguments[++i]);
+            parsed.aid = viewer::Utf8(arguments[++i]);
         } else {
             positional.push_back(arguments[i]);
         }
@@ -54,9 +54,9 @@ int Drain(const std::vector<std::wstring>& arguments) {
     const std::string aid = parsed->aid.value_or(quorvel::ReportDeviceId());
     if (aid.empty()) {
         std::fputs("the host has no device identifier and the module sends nothing without one: pass --aid\n", stderr);
-        return inspector::kUsage;
+        return viewer::kUsage;
     }
-    return inspector::DrainQueue(parsed->url, parsed->folder.value_or(inspector::DefaultQueueFolder()), aid);
+    return viewer::DrainQueue(parsed->url, parsed->folder.value_or(viewer::DefaultQueueFolder()), aid);
 }
 
 }  // namespace
@@ -67,13 +67,13 @@ int wmain(int argc, wchar_t** argv) {
     const std::vector<std::wstring> arguments(argv + 2, argv + argc);
     try {
         if (command == L"list" && arguments.size() <= 1) {
-            return inspector::ListQueue(arguments.empty() ? inspector::DefaultQueueFolder() : arguments[0]);
+            return viewer::ListQueue(arguments.empty() ? viewer::DefaultQueueFolder() : arguments[0]);
         }
-        if (command == L"show" && arguments.size() == 1) return inspector::ShowReport(arguments[0]);
+        if (command == L"show" && arguments.size() == 1) return viewer::ShowReport(arguments[0]);
         if (command == L"drain") return Drain(arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "failed: %s\n", error.what());
-        return inspector::kNotFound;
+        return viewer::kNotFound;
     }
     return Usage();
 }

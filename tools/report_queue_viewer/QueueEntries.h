@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace inspector {
+namespace viewer {
 
 enum class EntryKind {
     Queued,     // "<N>.json": the next drain posts it
@@ -53,4 +53,4 @@ bool IsStaleClaim(const QueueEntry& entry, long long nowSeconds);
 // A folder path with exactly one trailing backslash.
 std::wstring WithTrailingSeparator(std::wstring folder);
 
-}  // namespace inspector
+}  // namespace viewer

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace inspector {
+namespace viewer {
 
 // The whole file, opened so that an uploader may still rename or delete it
 // meanwhile; absent when it cannot be read or is far larger than any report.
@@ -15,4 +15,4 @@ std::optional<std::vector<std::uint8_t>> ReadReportFile(const std::wstring& path
 // as strings decoded in place; absent when the body is not JSON.
 std::optional<std::string> FormatReportBody(const std::string& body);
 
-}  // namespace inspector
+}  // namespace viewer

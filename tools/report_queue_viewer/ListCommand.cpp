@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
-#include "InspectorCommands.h"
-#include "InspectorText.h"
+#include "ViewerCommands.h"
+#include "ViewerText.h"
 #include "ProcessState.h"
 #include "QueueEntries.h"
 #include "QuorvelClock.h"
 
-namespace inspector {
+namespace viewer {
 
 namespace {
 
@@ -72,4 +72,4 @@ int ListQueue(const std::wstring& folder) {
     return kSuccess;
 }
 
-}  // namespace inspector
+}  // namespace viewer

@@ -1,11 +1,11 @@
 #include <fmt/format.h>
 
-#include "InspectorCommands.h"
-#include "InspectorText.h"
+#include "ViewerCommands.h"
+#include "ViewerText.h"
 #include "QuorvelReportCrypto.h"
 #include "ReportFile.h"
 
-namespace inspector {
+namespace viewer {
 
 int ShowReport(const std::wstring& path) {
     const auto cipher = ReadReportFile(path);
@@ -32,4 +32,4 @@ int ShowReport(const std::wstring& path) {
     return kSuccess;
 }
 
-}  // namespace inspector
+}  // namespace viewer

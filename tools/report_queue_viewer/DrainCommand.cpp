@@ -3,15 +3,15 @@
 #include <map>
 #include <set>
 
-#include "InspectorCommands.h"
-#include "InspectorText.h"
+#include "ViewerCommands.h"
+#include "ViewerText.h"
 #include "QueueEntries.h"
 #include "QuorvelClock.h"
 #include "QuorvelReportCrypto.h"
 #include "QuorvelReportUpload.h"
 #include "ReportFile.h"
 
-namespace inspector {
+namespace viewer {
 
 namespace {
 
@@ -69,4 +69,4 @@ int DrainQueue(const std::wstring& url, const std::wstring& folder, const std::s
     return kSuccess;
 }
 
-}  // namespace inspector
+}  // namespace viewer

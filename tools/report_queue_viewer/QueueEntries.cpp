@@ -7,7 +7,7 @@
 #include "QuorvelReportClaim.h"
 #include "QuorvelReportFiles.h"
 
-namespace inspector {
+namespace viewer {
 
 namespace {
 
@@ -137,4 +137,4 @@ std::wstring WithTrailingSeparator(std::wstring folder) {
     return folder + L"\\";
 }
 
-}  // namespace inspector
+}  // namespace viewer

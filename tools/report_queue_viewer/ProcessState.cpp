@@ -2,7 +2,7 @@
 
 #include "UniqueHandle.h"
 
-namespace inspector {
+namespace viewer {
 
 ProcessState StateOfProcess(DWORD pid) {
     const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, pid));
@@ -16,4 +16,4 @@ ProcessState StateOfProcess(DWORD pid) {
 
 const char* ProcessStateText(ProcessState state) { return state == ProcessState::Running ? "running" : "ended"; }
 
-}  // namespace inspector
+}  // namespace viewer
