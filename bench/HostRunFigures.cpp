@@ -4,12 +4,14 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
 #include "BenchEnvironment.h"
 #include "ChildProcess.h"
 #include "HostLog.h"
+#include "QuorvelReportUtils.h"
 #include "UniqueHandle.h"
 
 namespace {
@@ -25,6 +27,10 @@ std::function<double()> TimedRun(const std::wstring& commandLine) {
         if (exitCode != 0) throw std::runtime_error(fmt::format("a host run ended with exit code {}", exitCode));
         return seconds;
     };
+}
+
+bool IsEmptyFolder(const std::wstring& folder) {
+    return !folder.empty() && std::filesystem::is_empty(std::filesystem::path(folder));
 }
 
 void WriteFlushLinesThroughHelper() {
@@ -57,9 +63,10 @@ void WriteLinesToFile(HANDLE file, const std::string& line) {
 }  // namespace
 
 FigureRow MeasureDoNothingRunAgainstBareLoad(const BenchSettings& settings) {
-    // The runs' data folder (and so their report queue) is a fresh, empty one.
-    const ScratchFolder appData(L"orvale-bench-appdata");
-    const ScopedEnvironmentVariable dataFolder(L"ORVALE_STANDALONE_APPDATA", appData.path());
+    // The closing drain posts what the user's queue holds; a run that does nothing finds it empty.
+    if (!IsEmptyFolder(quorvel::GetReportDirectory())) {
+        throw std::runtime_error("the report queue of this Wine prefix is not empty");
+    }
     const std::wstring folder = BinaryFolder();
     const auto doNothing = TimedRun(L"\"" + folder + L"OrvaleHost.exe\" -type 0");
     const auto bareLoad = TimedRun(L"\"" + folder + L"BareModuleHost.exe\"");
