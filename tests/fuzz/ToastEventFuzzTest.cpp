@@ -26,7 +26,7 @@ using notification_wrapper::notification_event;
 using notification_wrapper::notification_event_kind;
 using notification_wrapper::notification_template;
 
-const fuzz::Surface kSurface{"toast_events", 200, 400, 10000, 8};
+const fuzz::Surface kSurface{"toast_events", 200, 250, 10000, 8};
 
 constexpr wchar_t kReplyArguments[] = L"action=reply";
 constexpr const wchar_t* kPieces[] = {L"0", L"1", L"7", L"9", L"-", L"+", L" ", L"\t", L"action=reply", L"Action=Reply",
