@@ -1,6 +1,7 @@
 #include "FuzzSupport.h"
 
 #include <shellapi.h>
+#include <winternl.h>
 
 #include <gtest/gtest.h>
 
@@ -204,87 +205,63 @@ std::vector<std::wstring> CorpusFiles(const std::wstring& folder) {
     return files;
 }
 
-// Wine answers GetProcessHandleCount with 0 (its process query is a stub) but
-// lists every open handle of the system with its owner, so this process's
-// handles are counted there, by object type.
-struct SystemHandleEntry {
-    ULONG ownerPid;
-    UCHAR objectType;
-    UCHAR flags;
-    USHORT value;
-    PVOID object;
-    ACCESS_MASK access;
+// Wine answers GetProcessHandleCount with 0 (its process query is a stub), so
+// this process's handles are counted by probing handle values, by object
+// type. The system-wide handle list would tell at once, but querying it
+// crashes Wine's server when another process exits meanwhile, taking every
+// running test down with it.
+struct ObjectTypeName {
+    UNICODE_STRING name;
+    ULONG reserved[22];
 };
-struct SystemHandleList {
-    ULONG count;
-    SystemHandleEntry entries[1];
-};
-using QuerySystemInformation = LONG(WINAPI*)(ULONG, PVOID, ULONG, PULONG);
-constexpr ULONG kSystemHandleInformation = 16;
-constexpr LONG kInfoLengthMismatch = static_cast<LONG>(0xC0000004);
+using QueryObject = LONG(WINAPI*)(HANDLE, ULONG, PVOID, ULONG, PULONG);
+constexpr ULONG kObjectTypeInformation = 2;
+// Handle values are multiples of 4 and handed out lowest first: this many
+// unused values in a row end the table.
+constexpr int kUnusedValuesAtTheEnd = 1024;
 
-struct OwnHandle {
-    int type;
-    USHORT value;
-};
-
-std::vector<OwnHandle> OwnSystemHandles() {
-    static const auto query = reinterpret_cast<QuerySystemInformation>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation"));
-    std::vector<OwnHandle> handles;
-    if (query == nullptr) return handles;
-    std::vector<std::uint8_t> buffer(1 << 16);
-    ULONG needed = 0;
-    LONG status = 0;
-    while ((status = query(kSystemHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()), &needed)) ==
-           kInfoLengthMismatch) {
-        buffer.resize(std::max<std::size_t>(buffer.size() * 2, needed + 4096));
-    }
-    if (status < 0) return handles;
-    const auto* list = reinterpret_cast<const SystemHandleList*>(buffer.data());
-    const ULONG self = GetCurrentProcessId();
-    for (ULONG i = 0; i < list->count; ++i) {
-        if (list->entries[i].ownerPid == self) handles.push_back({list->entries[i].objectType, list->entries[i].value});
-    }
-    return handles;
+std::wstring TypeOf(HANDLE handle) {
+    static const auto query =
+        reinterpret_cast<QueryObject>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryObject"));
+    alignas(8) std::uint8_t buffer[sizeof(ObjectTypeName) + 512] = {};
+    if (query == nullptr || query(handle, kObjectTypeInformation, buffer, sizeof(buffer), nullptr) < 0) return L"?";
+    const auto* type = reinterpret_cast<const ObjectTypeName*>(buffer);
+    return std::wstring(type->name.Buffer, type->name.Length / sizeof(wchar_t));
 }
 
 // Wine's runtime activation leaves one registry key open per activation (seen
 // by experiment: ten activations of one class, ten more key handles), so keys
-// are not counted. Type numbers differ between versions: found by opening one.
-int RegistryKeyType() {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, &key) != ERROR_SUCCESS) return -1;
-    int type = -1;
-    for (const OwnHandle& handle : OwnSystemHandles()) {
-        if (handle.value == static_cast<USHORT>(reinterpret_cast<std::uintptr_t>(key))) type = handle.type;
-    }
-    RegCloseKey(key);
-    return type;
-}
-
-std::map<int, long> OwnSystemHandleTypes() {
-    static const int keyType = RegistryKeyType();
-    std::map<int, long> types;
-    for (const OwnHandle& handle : OwnSystemHandles()) {
-        if (handle.type != keyType) ++types[handle.type];
+// are not counted.
+std::map<std::wstring, long> OwnHandleTypes() {
+    std::map<std::wstring, long> types;
+    int unused = 0;
+    for (std::uintptr_t value = 4; unused < kUnusedValuesAtTheEnd && value < (1u << 26); value += 4) {
+        const auto handle = reinterpret_cast<HANDLE>(value);
+        DWORD flags = 0;
+        if (!GetHandleInformation(handle, &flags)) {
+            ++unused;
+            continue;
+        }
+        unused = 0;
+        const std::wstring type = TypeOf(handle);
+        if (type != L"Key") ++types[type];
     }
     return types;
 }
 
-long CountOwnSystemHandles() {
+long CountOwnHandles() {
     long count = 0;
-    for (const auto& [type, handles] : OwnSystemHandleTypes()) count += handles;
+    for (const auto& [type, handles] : OwnHandleTypes()) count += handles;
     return count;
 }
 
-// Which object types grew, where the system list tells.
-std::string HandleGrowth(const std::map<int, long>& before) {
+// Which object types grew.
+std::string HandleGrowth(const std::map<std::wstring, long>& before) {
     std::string text;
-    for (const auto& [type, handles] : OwnSystemHandleTypes()) {
+    for (const auto& [type, handles] : OwnHandleTypes()) {
         const auto found = before.find(type);
         const long grown = handles - (found == before.end() ? 0 : found->second);
-        if (grown > 0) text += " type " + std::to_string(type) + " +" + std::to_string(grown);
+        if (grown > 0) text += " " + WideToUtf8Text(type) + " +" + std::to_string(grown);
     }
     return text;
 }
@@ -307,12 +284,6 @@ public:
         runCase_(current.bytes);
         watch_.Disarm();
         g_current = nullptr;
-        const long handles = HandleCount();
-        maxHandles_ = std::max(maxHandles_, handles);
-        if (baseline_ >= 0 && handles > baseline_ + surface_.handleTolerance) {
-            ADD_FAILURE() << "handle count grew from " << baseline_ << " to " << handles << " by " << current.label
-                          << "; object types grown:" << HandleGrowth(baselineTypes_);
-        }
         if (!testing::Test::HasFailure()) return true;
         ADD_FAILURE() << "failing case: " << current.label << ", bytes " << Hex(current.bytes);
         if (saveOnFailure) std::printf("[fuzz] case saved to %s\n", WideToUtf8Text(SaveCase(corpus_, current.bytes)).c_str());
@@ -327,14 +298,16 @@ public:
             if (!Run(GeneratedCase(surface_, ~seed, i), true, Label("warm-up", ~seed, i))) return;
         }
         baseline_ = HandleCount();
-        baselineTypes_ = OwnSystemHandleTypes();
+        baselineTypes_ = OwnHandleTypes();
         const auto files = CorpusFiles(corpus_);
         for (const auto& file : files) {
             if (!Run(ReadFileBytes(file), false, "corpus case " + WideToUtf8Text(file))) return;
         }
         for (std::uint64_t i = 0; i < cases; ++i) {
             if (!Run(GeneratedCase(surface_, seed, i), true, Label("generated", seed, i))) return;
+            if (i % kCasesPerHandleCount == kCasesPerHandleCount - 1 && !HandlesKept(Label("generated", seed, i))) return;
         }
+        if (!HandlesKept("the last case")) return;
         const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
         std::printf("[fuzz] %s: seed %llu, %zu corpus cases, %llu generated cases, handles %ld after warm-up, "
                     "at most %ld, %.1f s\n",
@@ -343,6 +316,20 @@ public:
     }
 
 private:
+    // Counting costs a server call per handle value under Wine: done now and
+    // then, and at the end, rather than after every case.
+    static constexpr std::uint64_t kCasesPerHandleCount = 256;
+
+    // False when the process holds more handles than after the warm-up.
+    bool HandlesKept(const std::string& upTo) {
+        const long handles = HandleCount();
+        maxHandles_ = std::max(maxHandles_, handles);
+        if (handles <= baseline_ + surface_.handleTolerance) return true;
+        ADD_FAILURE() << "handle count grew from " << baseline_ << " to " << handles << " up to " << upTo
+                      << "; object types grown:" << HandleGrowth(baselineTypes_);
+        return false;
+    }
+
     static std::string Label(const char* kind, std::uint64_t seed, std::uint64_t index) {
         return std::string(kind) + " case " + std::to_string(index) + " of seed " + std::to_string(seed);
     }
@@ -352,7 +339,7 @@ private:
     std::wstring corpus_;
     HangWatch watch_;
     long baseline_ = -1;
-    std::map<int, long> baselineTypes_;
+    std::map<std::wstring, long> baselineTypes_;
     long maxHandles_ = 0;
 };
 
@@ -380,7 +367,7 @@ void RunCampaign(const Surface& surface, const std::function<void(std::string_vi
 long HandleCount() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) return static_cast<long>(count);
-    return CountOwnSystemHandles();
+    return CountOwnHandles();
 }
 
 std::string Hex(std::string_view bytes, std::size_t maxBytes) {

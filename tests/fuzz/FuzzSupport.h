@@ -71,9 +71,10 @@ std::wstring CorpusFolder(const Surface& surface);
 
 // Warms up, replays every corpus case, then runs the generated ones. Each case
 // runs under the watch: a crash, an uncaught exception or a run past the time
-// limit saves the case to the corpus and ends the process; a gtest failure or
-// handle growth past the tolerance saves it and ends the campaign. Prints the
-// figures of the run.
+// limit saves the case to the corpus and ends the process; a gtest failure
+// saves it and ends the campaign. Handle growth past the tolerance, counted
+// every 256 cases and after the last, ends the campaign. Prints the figures
+// of the run.
 void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase);
 
 // The count of handles this process holds now.
