@@ -67,16 +67,20 @@ AsyncStatus wait_for_status(Operation* operation, std::uint32_t timeoutMs) {
     return async_detail::wait(operation, static_cast<DWORD>(ticks / 10000));
 }
 
-// Blocks until the operation ends. Returns its result (owned: com_ptr, hstring,
-// bool or the value); throws hresult_error with the operation's ErrorCode when
-// it did not complete.
+// The result of an operation that has ended: its value (owned: com_ptr,
+// hstring, bool or the value), or rt::hresult_error with its ErrorCode; a
+// cancelled one raises 0x800704C7, whatever its canceller left as ErrorCode.
 template <class Operation>
-auto wait_for_result(Operation* operation) {
+auto results_of(Operation* operation) {
     using result_type = typename Operation::result_type;
-    if (async_detail::wait(operation, INFINITE) != AsyncStatus::Completed) {
-        HRESULT errorCode = S_OK;
-        check(com_ptr<Operation>::copy_from(operation).template As<IAsyncInfo>()->get_ErrorCode(&errorCode));
-        throw hresult_error(errorCode);
+    const auto info = com_ptr<Operation>::copy_from(operation).template As<IAsyncInfo>();
+    AsyncStatus status = AsyncStatus::Started;
+    check(info->get_Status(&status));
+    if (status == AsyncStatus::Canceled) throw hresult_error(hresults::canceled);
+    if (status == AsyncStatus::Error) {
+        HRESULT errorCode = E_FAIL;
+        check(info->get_ErrorCode(&errorCode));
+        throw_hresult(FAILED(errorCode) ? errorCode : E_FAIL);
     }
     if constexpr (std::is_void_v<result_type>) {
         check(operation->GetResults());
@@ -85,6 +89,13 @@ auto wait_for_result(Operation* operation) {
         check(operation->GetResults(&result));
         return abi_value<result_type>::take(result);
     }
+}
+
+// Blocks until the operation ends and returns results_of it.
+template <class Operation>
+auto wait_for_result(Operation* operation) {
+    async_detail::wait(operation, INFINITE);
+    return results_of(operation);
 }
 
 }  // namespace rt

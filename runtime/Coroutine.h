@@ -27,6 +27,7 @@
 #include <variant>
 
 #include "AbiValue.h"
+#include "AsyncWait.h"
 #include "ComPtr.h"
 #include "Delegate.h"
 #include "Foundation.h"
@@ -34,10 +35,6 @@
 
 namespace rt {
 
-namespace hresults {
-// What an awaited operation that was cancelled raises (HRESULT_FROM_WIN32(ERROR_CANCELLED)).
-inline constexpr HRESULT canceled = static_cast<HRESULT>(0x800704C7);
-}  // namespace hresults
 
 namespace coroutine_detail {
 
@@ -46,41 +43,6 @@ concept async_interface = requires {
     typename T::completed_handler;
     typename T::result_type;
 };
-
-// The HRESULT an exception leaving a coroutine body stands for.
-inline HRESULT hresult_of_current_exception() noexcept {
-    try {
-        throw;
-    } catch (const hresult_error& error) {
-        return error.code();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (...) {
-        return E_FAIL;
-    }
-}
-
-// Result of an operation that ended: the value, or the exception its status stands for.
-template <class Operation>
-auto results_of(Operation* operation) {
-    using result_type = typename Operation::result_type;
-    const auto info = com_ptr<Operation>::copy_from(operation).template As<IAsyncInfo>();
-    AsyncStatus status = AsyncStatus::Started;
-    check(info->get_Status(&status));
-    if (status == AsyncStatus::Canceled) throw hresult_error(hresults::canceled);
-    if (status == AsyncStatus::Error) {
-        HRESULT errorCode = E_FAIL;
-        check(info->get_ErrorCode(&errorCode));
-        throw_hresult(FAILED(errorCode) ? errorCode : E_FAIL);
-    }
-    if constexpr (std::is_void_v<result_type>) {
-        check(operation->GetResults());
-    } else {
-        abi_t<result_type> result{};
-        check(operation->GetResults(&result));
-        return abi_value<result_type>::take(result);
-    }
-}
 
 // Decides who resumes the coroutine: the completion handler, or await_suspend
 // itself when the handler ran before put_Completed returned.
@@ -114,7 +76,7 @@ public:
         return resume->from_suspend();
     }
 
-    auto await_resume() { return results_of(operation_.get()); }
+    auto await_resume() { return rt::results_of(operation_.get()); }
 
     Operation* get() const noexcept { return operation_.get(); }
 
@@ -383,7 +345,7 @@ public:
 
     std::suspend_never initial_suspend() const noexcept { return {}; }
     final_awaiter final_suspend() const noexcept { return {}; }
-    void unhandled_exception() noexcept { object->set_error(hresult_of_current_exception()); }
+    void unhandled_exception() noexcept { object->set_error(rt::hresult_of_current_exception()); }
 
     template <class Awaitable>
     decltype(auto) await_transform(Awaitable&& awaitable) {

@@ -20,6 +20,8 @@ namespace hresults {
 inline constexpr HRESULT illegal_state_change = static_cast<HRESULT>(0x8000000D);
 inline constexpr HRESULT illegal_method_call = static_cast<HRESULT>(0x8000000E);
 inline constexpr HRESULT illegal_delegate_assignment = static_cast<HRESULT>(0x80000018);
+// What awaiting a cancelled operation raises (HRESULT_FROM_WIN32(ERROR_CANCELLED)).
+inline constexpr HRESULT canceled = static_cast<HRESULT>(0x800704C7);
 }  // namespace hresults
 
 // Error details a failing runtime call may leave on its thread.
@@ -130,6 +132,19 @@ inline void check(HRESULT result) {
     if (FAILED(result)) throw_hresult(result);
 }
 
+// The HRESULT the exception being handled stands for; call it in a catch block.
+inline HRESULT hresult_of_current_exception() noexcept {
+    try {
+        throw;
+    } catch (const hresult_error& error) {
+        return error.code();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_FAIL;
+    }
+}
+
 // Runs `body` (returning void or an HRESULT) where no exception may pass, at
 // an ABI boundary: what it throws becomes the HRESULT.
 template <class Body>
@@ -141,12 +156,8 @@ HRESULT hresult_from(Body&& body) noexcept {
         } else {
             return body();
         }
-    } catch (const hresult_error& error) {
-        return error.code();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
     } catch (...) {
-        return E_FAIL;
+        return hresult_of_current_exception();
     }
 }
 
