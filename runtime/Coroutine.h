@@ -35,7 +35,6 @@
 
 namespace rt {
 
-
 namespace coroutine_detail {
 
 template <class T>
