@@ -16,7 +16,7 @@ struct CheckRun {
 
 CheckRun RunInstallJob(JobHost& host, EnvironmentOverrides environment = {}) {
     EmptyReportFolder();
-    JobCollector collector;
+    MappedCollector collector;
     CheckRun run;
     run.host = host.Run(L"-type 1", environment);
     run.start = ReportMessage(collector, kCheckEvent, "start");

@@ -55,21 +55,6 @@ const LoopbackCollector::ReceivedReport* FindReport(const LoopbackCollector& col
 
 }  // namespace
 
-ProcessVariable::ProcessVariable(std::wstring name, const std::wstring& value) : name_(std::move(name)) {
-    SetEnvironmentVariableW(name_.c_str(), value.c_str());
-}
-
-ProcessVariable::~ProcessVariable() { SetEnvironmentVariableW(name_.c_str(), nullptr); }
-
-JobCollector::JobCollector()
-    : mapping_(L"SIMRUNTIME_HTTP_HOSTS", HostMapping(quorvel::build_settings::kCollectorHost)) {}
-
-std::vector<std::string> JobCollector::EventNames() const {
-    std::vector<std::string> names;
-    for (const auto& report : Accepted()) names.push_back(report.message["event_name"].asString());
-    return names;
-}
-
 ExperimentConfig::ExperimentConfig(const ExperimentSwitches& switches) : file_(L"config2.json", ConfigText(switches)) {}
 
 sim_control::package_registration NotificationPackageVersion(std::uint16_t major) {
@@ -108,12 +93,6 @@ std::vector<std::string> JobHost::LaunchedUris() const {
         uris.push_back(line);
     }
     return uris;
-}
-
-void EmptyReportFolder() {
-    const std::wstring folder = quorvel::GetReportDirectory();
-    ASSERT_FALSE(folder.empty());
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) std::filesystem::remove(entry.path());
 }
 
 Json::Value ReportMessage(const LoopbackCollector& collector, const std::string& eventName,

@@ -13,6 +13,7 @@
 #include "HostSandbox.h"
 #include "PackageSimControl.h"
 #include "LoopbackCollector.h"
+#include "ReportTestSupport.h"
 
 inline constexpr char kInstallKey[] = "pc_bg_enable_install_notification_package";
 inline constexpr char kWakeUpKey[] = "pc_bg_task_register";
@@ -34,31 +35,6 @@ private:
     RoamingConfigFile file_;
 };
 
-// A variable of this process, and so of the host processes it starts, for
-// the life of the object.
-class ProcessVariable {
-public:
-    ProcessVariable(std::wstring name, const std::wstring& value);
-    ProcessVariable(const ProcessVariable&) = delete;
-    ProcessVariable& operator=(const ProcessVariable&) = delete;
-    ~ProcessVariable();
-
-private:
-    std::wstring name_;
-};
-
-// A collector that the simulated HTTP client of this process and of the
-// hosts it starts reaches under the module's collector URL.
-class JobCollector : public LoopbackCollector {
-public:
-    JobCollector();
-    // Event names of the accepted reports, in arrival order.
-    std::vector<std::string> EventNames() const;
-
-private:
-    ProcessVariable mapping_;
-};
-
 sim_control::package_registration NotificationPackageVersion(std::uint16_t major);
 
 class JobHost {
@@ -78,12 +54,8 @@ public:
 
 private:
     HostSandbox sandbox_;
-    ProcessVariable packageTable_;
+    ScopedVariable packageTable_;
 };
-
-// Empties the prefix's one report folder: reports left by other runs would
-// reach the collector too.
-void EmptyReportFolder();
 
 // The report whose message has this event and sub-event; null message when none.
 Json::Value ReportMessage(const LoopbackCollector& collector, const std::string& eventName,

@@ -19,7 +19,7 @@ std::string EntryLine(const std::string& text) { return kEntryTag + text; }
 class PackageJobs : public ::testing::Test {
 protected:
     PackageJobs() { EmptyReportFolder(); }
-    JobCollector collector_;
+    MappedCollector collector_;
 };
 
 void ExpectInstallReport(const LoopbackCollector& collector, const std::string& kind, HRESULT hr,
@@ -40,7 +40,7 @@ TEST_F(PackageJobs, FreshInstallReportsAndRegistersWithTheInstallDirectory) {
     JobHost host;
     const HostRun run = host.Run(L"-type 1 -install_dir \"C:\\Program Files\\Orvale\"");
     EXPECT_TRUE(EndsWithFlushLines(run.log));
-    ASSERT_EQ(3u, collector_.Accepted().size()) << ::testing::PrintToString(collector_.EventNames());
+    ASSERT_EQ(3u, collector_.Accepted().size()) << ::testing::PrintToString(AcceptedEventNames(collector_));
     EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
     ExpectInstallReport(collector_, "fresh", S_OK, "", "", "2.0.0.0", "info");
     EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) + "&install_dir=C%3A%5CProgram%20Files%5COrvale"},
@@ -102,7 +102,7 @@ TEST_F(PackageJobs, UninstallReportsTheVersionItRemoved) {
 
     // Nothing left to remove: still a success, with no old version.
     EmptyReportFolder();
-    JobCollector second;
+    MappedCollector second;
     host.Run(L"-type 2 -timeout 500");
     report = ReportMessage(second, "msix_uninstall", "");
     EXPECT_EQ("", report["old_version"].asString());
@@ -186,7 +186,7 @@ TEST_F(PackageJobs, OldWindowsReportsTheCheckThenRefuses) {
     const EmulatedBuild build(L"18363");
     const HostRun run = host.Run(L"-type 1");
     EXPECT_EQ((std::vector<std::string>{"msix_install_kiv_check", "msix_install_kiv_check"}),
-              collector_.EventNames());
+              AcceptedEventNames(collector_));
     EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
     EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("Orvale_LoadModule_WinMain: OS build < 19041")));
     EXPECT_TRUE(host.LaunchedUris().empty());

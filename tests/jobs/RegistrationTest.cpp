@@ -28,7 +28,7 @@ protected:
 
     // The experiment service stands aside: its reader keeps the first
     // configuration it loads for the whole process.
-    ProcessVariable noService_{L"ORVALE_STANDALONE_JX_SERVICE", L"null"};
+    ScopedVariable noService_{L"ORVALE_STANDALONE_JX_SERVICE", L"null"};
     HostLogCursor log_{TestLogPath()};
 };
 

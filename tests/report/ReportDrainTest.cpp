@@ -8,16 +8,6 @@
 #include "ReportTestSupport.h"
 #include "TestProcess.h"
 
-namespace {
-
-void EmptyReportFolder() {
-    const std::wstring folder = quorvel::GetReportDirectory();
-    ASSERT_FALSE(folder.empty());
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) std::filesystem::remove(entry.path());
-}
-
-}  // namespace
-
 TEST(ReportDrain, ReportThreadsAreJoinedAndTheirReportsPostedBeforeTheProcessEnds) {
     EmptyReportFolder();
     MappedCollector collector;

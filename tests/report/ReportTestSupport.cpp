@@ -44,6 +44,12 @@ std::wstring CollectorUrl() { return quorvel::build_settings::kCollectorUrl; }
 
 MappedCollector::MappedCollector() : mapping_(L"SIMRUNTIME_HTTP_HOSTS", HostMapping(CollectorHost())) {}
 
+void EmptyReportFolder() {
+    const std::wstring folder = quorvel::GetReportDirectory();
+    ASSERT_FALSE(folder.empty());
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) std::filesystem::remove(entry.path());
+}
+
 std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector) {
     std::vector<std::string> names;
     for (const auto& report : collector.Accepted()) names.push_back(report.message["event_name"].asString());

@@ -51,5 +51,9 @@ private:
     ScopedVariable mapping_;
 };
 
+// Empties the prefix's one report folder: reports left by other runs would
+// reach a collector too. Tests that call it hold the report_folder lock.
+void EmptyReportFolder();
+
 // Event names of the reports a collector accepted, in arrival order.
 std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector);
