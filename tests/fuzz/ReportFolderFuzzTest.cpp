@@ -11,6 +11,7 @@
 #include <ctime>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "FuzzSupport.h"
@@ -66,8 +67,13 @@ std::wstring FileName(fuzz::CaseReader& in) {
         }
         case 5: return Soup(in, 6);
         default: {
+            // Any character a file name may hold. The others would make the
+            // path name a stream, a subfolder or nothing: no folder entry.
             std::wstring name;
-            for (size_t n = in.Below(12); n > 0; --n) name += static_cast<wchar_t>(1 + in.Below(0x2FF));  // any character
+            for (size_t n = in.Below(12); n > 0; --n) {
+                const auto c = static_cast<wchar_t>(0x20 + in.Below(0x2E0));
+                if (std::wstring_view(L"<>:\"/\\|?*").find(c) == std::wstring_view::npos) name += c;
+            }
             return name;
         }
     }
