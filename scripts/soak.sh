@@ -25,7 +25,7 @@ status=0
 if [ "$part" != queue ]; then
   for fuzzer in $fuzzers; do
     # A failing case is saved under tests/fuzz/corpus/; the other programs still run.
-    "$build/wine-run.sh" "$build/bin/$fuzzer.exe" | grep -E -A6 '^\[fuzz\]|Failure|FAILED' || status=1
+    "$build/wine-run.sh" "$build/bin/$fuzzer.exe" | grep --line-buffered -E -A6 '^\[fuzz\]|Failure|FAILED' || status=1
   done
 fi
 [ "$part" = fuzz ] && exit $status

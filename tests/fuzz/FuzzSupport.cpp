@@ -306,19 +306,29 @@ public:
         for (std::uint64_t i = 0; i < cases; ++i) {
             if (!Run(GeneratedCase(surface_, seed, i), true, Label("generated", seed, i))) return;
             if (i % kCasesPerHandleCount == kCasesPerHandleCount - 1 && !HandlesKept(Label("generated", seed, i))) return;
+            if ((i + 1) % kCasesPerProgressLine == 0) {
+                std::printf("[fuzz] %s: %llu of %llu cases, %.0f s\n", surface_.name, static_cast<unsigned long long>(i + 1),
+                            static_cast<unsigned long long>(cases), SecondsSince(started));
+                std::fflush(stdout);
+            }
         }
         if (!HandlesKept("the last case")) return;
-        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
         std::printf("[fuzz] %s: seed %llu, %zu corpus cases, %llu generated cases, handles %ld after warm-up, "
                     "at most %ld, %.1f s\n",
                     surface_.name, static_cast<unsigned long long>(seed), files.size(),
-                    static_cast<unsigned long long>(cases), baseline_, maxHandles_, seconds);
+                    static_cast<unsigned long long>(cases), baseline_, maxHandles_, SecondsSince(started));
     }
 
 private:
     // Counting costs a server call per handle value under Wine: done now and
     // then, and at the end, rather than after every case.
     static constexpr std::uint64_t kCasesPerHandleCount = 256;
+    // Long runs tell how far they are.
+    static constexpr std::uint64_t kCasesPerProgressLine = 10000;
+
+    static double SecondsSince(std::chrono::steady_clock::time_point started) {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    }
 
     // False when the process holds more handles than after the warm-up.
     bool HandlesKept(const std::string& upTo) {
