@@ -1,6 +1,7 @@
-// The simulated XML document where a fault would hide in the toast tests:
-// escaping, the loader's refusals, attribute order, tree edits, and the
-// skeletons of the legacy toast templates.
+// The simulated XML document where a fault would hide in the toast tests,
+// which compare documents by the text this same document writes and reads:
+// escaping, the loader's refusals, attribute order, and the skeletons of the
+// legacy toast templates.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -25,8 +26,7 @@ rt::com_ptr<rt::IXmlElement> create_element(const rt::com_ptr<rt::IXmlDocument>&
 template <class Child>
 HRESULT append(const rt::com_ptr<rt::IXmlElement>& parent, const rt::com_ptr<Child>& child) {
     rt::com_ptr<rt::IXmlNode> appended;
-    return parent.As<rt::IXmlNode>()->AppendChild(child ? child.template As<rt::IXmlNode>().get() : nullptr,
-                                                  appended.put());
+    return parent.As<rt::IXmlNode>()->AppendChild(child.template As<rt::IXmlNode>().get(), appended.put());
 }
 
 void set_attribute(const rt::com_ptr<rt::IXmlElement>& element, const wchar_t* name, const wchar_t* value) {
@@ -112,76 +112,9 @@ TEST_F(SimXmlDocument, SetAttributeKeepsTheOrderOfFirstSettingAndReplacesInPlace
     EXPECT_EQ(image->SetAttribute(rt::hstring(L"a b").get(), rt::hstring(L"x").get()), E_INVALIDARG);
 }
 
-TEST_F(SimXmlDocument, ElementsAreFoundInDocumentOrderAndAListEndsInANullItem) {
-    auto document = xml_document(L"<t><text id='1'><text id='2'/></text><b><text id='3'/></b></t>");
-    rt::com_ptr<rt::IXmlNodeList> texts;
-    rt::check(document->GetElementsByTagName(rt::hstring(L"text").get(), texts.put()));
-    UINT32 length = 0;
-    rt::check(texts->get_Length(&length));
-    ASSERT_EQ(length, 3u);
-    for (UINT32 i = 0; i < length; ++i) {
-        rt::com_ptr<rt::IXmlNode> item;
-        rt::check(texts->Item(i, item.put()));
-        EXPECT_EQ(attribute_of(item.As<rt::IXmlElement>(), L"id"), std::to_wstring(i + 1));
-    }
-    rt::com_ptr<rt::IXmlNode> past;
-    EXPECT_EQ(texts->Item(length, past.put()), S_OK);
-    EXPECT_FALSE(past);
-}
-
-TEST_F(SimXmlDocument, AppendChildMovesANodeAndRefusesWhatCannotGoThere) {
-    auto document = xml_document(L"<toast><visual/><actions/></toast>");
-    rt::com_ptr<rt::IXmlNode> visual, actions;
-    rt::check(document.As<rt::IXmlNodeSelector>()->SelectSingleNode(rt::hstring(L"/toast/visual").get(), visual.put()));
-    rt::check(root_of(document).As<rt::IXmlNodeSelector>()->SelectSingleNode(rt::hstring(L"actions").get(),
-                                                                            actions.put()));
-    ASSERT_TRUE(visual && actions);
-    EXPECT_EQ(append(actions.As<rt::IXmlElement>(), visual), S_OK);
-    EXPECT_EQ(xml_of(document), L"<toast><actions><visual/></actions></toast>");
-
-    EXPECT_EQ(append(visual.As<rt::IXmlElement>(), actions), E_INVALIDARG) << "its own ancestor";
-    EXPECT_EQ(append(visual.As<rt::IXmlElement>(), rt::com_ptr<rt::IXmlNode>()), E_INVALIDARG);
-    rt::com_ptr<rt::IXmlNode> appended;
-    EXPECT_EQ(document.As<rt::IXmlNode>()->AppendChild(create_element(document, L"second").As<rt::IXmlNode>().get(),
-                                                       appended.put()),
-              E_INVALIDARG)
-        << "a second document element";
-    rt::com_ptr<rt::IXmlElement> unnamed;
-    EXPECT_EQ(document->CreateElement(rt::hstring(L"").get(), unnamed.put()), E_INVALIDARG);
-    EXPECT_EQ(xml_of(document), L"<toast><actions><visual/></actions></toast>");
-}
-
-TEST_F(SimXmlDocument, SelectsSimplePathsAndRefusesOtherXPath) {
-    auto document = xml_document(L"<toast><visual><binding><text id='1'/><text id='2'/></binding></visual></toast>");
-    const auto selector = document.As<rt::IXmlNodeSelector>();
-    rt::com_ptr<rt::IXmlNodeList> texts;
-    rt::check(selector->SelectNodes(rt::hstring(L"//text").get(), texts.put()));
-    UINT32 length = 0;
-    rt::check(texts->get_Length(&length));
-    EXPECT_EQ(length, 2u);
-    rt::com_ptr<rt::IXmlNode> missing;
-    EXPECT_EQ(selector->SelectSingleNode(rt::hstring(L"/toast/actions").get(), missing.put()), S_OK);
-    EXPECT_FALSE(missing);
-    rt::com_ptr<rt::IXmlNode> filtered;
-    EXPECT_EQ(selector->SelectSingleNode(rt::hstring(L"//text[@id='2']").get(), filtered.put()), E_INVALIDARG);
-}
-
-TEST_F(SimXmlDocument, AnInjectedFailureFailsOneCallOnly) {
-    auto document = new_xml_document();
-    sim_control::fail_next_call(L"XmlDocument.CreateElement", E_OUTOFMEMORY);
-    rt::com_ptr<rt::IXmlElement> element;
-    EXPECT_EQ(document->CreateElement(rt::hstring(L"toast").get(), element.put()), E_OUTOFMEMORY);
-    EXPECT_EQ(document->CreateElement(rt::hstring(L"toast").get(), element.put()), S_OK);
-    EXPECT_EQ(sim_control::call_count(L"XmlDocument.CreateElement"), 2u);
-}
-
-TEST_F(SimXmlDocument, ToastSkeletonsHaveTheTemplateNameAnImageFirstAndOneTextPerLine) {
-    EXPECT_EQ(xml_of(sim_control::make_toast_template_content(1)),
-              normalised(L"<toast><visual><binding template=\"ToastImageAndText02\"><image id=\"1\" src=\"\"/>"
-                         L"<text id=\"1\"></text><text id=\"2\"></text></binding></visual></toast>"));
-    EXPECT_EQ(xml_of(sim_control::make_toast_template_content(7)),
-              normalised(L"<toast><visual><binding template=\"ToastText04\"><text id=\"1\"/><text id=\"2\"/>"
-                         L"<text id=\"3\"/></binding></visual></toast>"));
+// The renderer's tests pin the skeletons they render, name and all (types 1, 4,
+// 5 and 7); every one of the eight must match the module's table of lines and images.
+TEST_F(SimXmlDocument, ToastSkeletonsHaveAnImageAndOneTextPerLineAsTheirTemplateSays) {
     for (int32_t type = 0; type < 8; ++type) {
         auto skeleton = sim_control::make_toast_template_content(type);
         rt::com_ptr<rt::IXmlNodeList> texts, images;
@@ -192,10 +125,6 @@ TEST_F(SimXmlDocument, ToastSkeletonsHaveTheTemplateNameAnImageFirstAndOneTextPe
         rt::check(images->get_Length(&imageCount));
         EXPECT_EQ(textCount, notification_wrapper::template_text_line_count(type)) << type;
         EXPECT_EQ(imageCount == 1, notification_wrapper::template_has_image(type)) << type;
-    }
-    for (int32_t type : {-1, 8}) {
-        rt::com_ptr<rt::IXmlDocument> none;
-        EXPECT_EQ(SIM_CONTROL_FUNCTION(SimRuntime_MakeToastTemplateContent)(type, none.put()), E_INVALIDARG);
     }
 }
 
