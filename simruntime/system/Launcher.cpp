@@ -10,7 +10,6 @@
 
 #include <cstdio>
 #include <cwchar>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -53,7 +52,6 @@ struct launch_result {
 struct launcher_state {
     std::vector<std::wstring> launched;
     std::optional<launch_result> steeredResult;
-    std::map<std::wstring, LaunchQuerySupportStatus, std::less<>> steeredSupport;  // by lower-case scheme
 };
 
 // Guarded by sim::state_mutex(). Never destroyed: operation threads may still
@@ -120,11 +118,6 @@ bool notification_package_registered() {
 }
 
 LaunchQuerySupportStatus support_for(const std::wstring& scheme, LaunchQuerySupportType type) {
-    {
-        std::lock_guard lock(sim::state_mutex());
-        const auto steered = state().steeredSupport.find(scheme);
-        if (steered != state().steeredSupport.end()) return steered->second;
-    }
     // The package's protocol handler is a plain one: it returns no results.
     if (scheme == kPackageScheme && type == LaunchQuerySupportType::Uri && notification_package_registered()) {
         return LaunchQuerySupportStatus::Available;
@@ -141,13 +134,6 @@ std::wstring text_of(rt::IUriRuntimeClass* uri, Getter getter) {
 }
 
 // Schemes are ASCII.
-std::wstring lower_case(std::wstring text) {
-    for (wchar_t& c : text) {
-        if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
-    }
-    return text;
-}
-
 class launcher_statics final
     : public sim::activation_factory<launcher_statics, rt::ILauncherStatics, rt::ILauncherStatics2> {
 public:
@@ -269,12 +255,5 @@ extern "C" __declspec(dllexport) HRESULT SimRuntime_LaunchedUri(UINT32 index, HS
 extern "C" __declspec(dllexport) HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure) {
     return change_state([&](launcher_state& current) {
         current.steeredResult = launch_result{launched != FALSE, failure};
-    });
-}
-
-extern "C" __declspec(dllexport) HRESULT SimRuntime_SetUriSchemeSupport(const wchar_t* scheme, INT32 status) {
-    if (!scheme) return E_POINTER;
-    return change_state([&](launcher_state& current) {
-        current.steeredSupport.insert_or_assign(lower_case(scheme), static_cast<LaunchQuerySupportStatus>(status));
     });
 }

@@ -25,11 +25,6 @@ HRESULT SimRuntime_LaunchedUri(UINT32 index, HSTRING* uri);
 // Every launch from now on yields `launched`, or, when `failure` is an error,
 // ends as Error with it.
 HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure);
-// QueryUriSupportAsync answers `status` for the scheme (any letter case),
-// whatever is installed. Unsteered schemes are AppUnavailable, except
-// "orvale-notification", which is Available while the notification package
-// is registered.
-HRESULT SimRuntime_SetUriSchemeSupport(const wchar_t* scheme, INT32 status);
 }
 
 namespace sim_control {
@@ -52,12 +47,6 @@ inline void set_launch_result(bool launched) {
 
 inline void set_launch_failure(HRESULT failure) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_SetLaunchResult)(FALSE, failure), "SimRuntime_SetLaunchResult");
-}
-
-// `status` is a LaunchQuerySupportStatus: 0 Available ... 4 Unknown.
-inline void set_uri_scheme_support(const std::wstring& scheme, std::int32_t status) {
-    check(SIM_CONTROL_FUNCTION(SimRuntime_SetUriSchemeSupport)(scheme.c_str(), status),
-          "SimRuntime_SetUriSchemeSupport");
 }
 
 }  // namespace sim_control
