@@ -61,7 +61,9 @@ std::set<std::wstring> NamesIn(const TempFolder& folder) {
     return names;
 }
 
-TEST(ReportQueueViewer, ListTellsEveryKindOfFileAndChangesNothing) {
+// One listing of every kind of file; false when the clock's second turned
+// meanwhile: ages are whole seconds, and each would show a second older.
+bool ListEveryKindOfFile() {
     TempFolder queue;
     const long long now = quorvel::UnixSecondsNow();
     const std::wstring queued = StemAged(125) + L".json";
@@ -78,8 +80,9 @@ TEST(ReportQueueViewer, ListTellsEveryKindOfFileAndChangesNothing) {
     const auto namesBefore = NamesIn(queue);
 
     const ProcessResult result = RunViewer(L"list " + Quoted(queue.path()));
+    if (quorvel::UnixSecondsNow() != now) return false;
 
-    ASSERT_TRUE(result.finished);
+    EXPECT_TRUE(result.finished);
     EXPECT_EQ(result.exitCode, 0u) << result.output;
     EXPECT_TRUE(Contains(LineWith(result.output, queued), "queued")) << result.output;
     EXPECT_TRUE(Contains(LineWith(result.output, queued), " 2m05s ")) << result.output;
@@ -93,6 +96,14 @@ TEST(ReportQueueViewer, ListTellsEveryKindOfFileAndChangesNothing) {
     EXPECT_TRUE(Contains(LineWith(result.output, L"notes.txt"), "s~")) << result.output;
     EXPECT_TRUE(Contains(result.output, "1 queued, 1 temporary, 2 claimed (1 stale), 1 unknown")) << result.output;
     EXPECT_EQ(NamesIn(queue), namesBefore);
+    return true;
+}
+
+TEST(ReportQueueViewer, ListTellsEveryKindOfFileAndChangesNothing) {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (ListEveryKindOfFile()) return;
+    }
+    FAIL() << "the clock turned a second during every attempt";
 }
 
 TEST(ReportQueueViewer, ExitCodesForUsageAndMissingFolders) {
