@@ -73,8 +73,8 @@ std::wstring CorpusFolder(const Surface& surface);
 // runs under the watch: a crash, an uncaught exception or a run past the time
 // limit saves the case to the corpus and ends the process; a gtest failure
 // saves it and ends the campaign. Handle growth past the tolerance, counted
-// every 256 cases and after the last, ends the campaign. Prints the figures
-// of the run.
+// every 256 cases (every 4,096 past the first 4,096) and after the last, ends
+// the campaign. Prints the figures of the run.
 void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase);
 
 // The count of handles this process holds now.
