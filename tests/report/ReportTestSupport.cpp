@@ -50,8 +50,8 @@ void EmptyReportFolder() {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) std::filesystem::remove(entry.path());
 }
 
-std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector) {
+std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector, size_t firstReceived) {
     std::vector<std::string> names;
-    for (const auto& report : collector.Accepted()) names.push_back(report.message["event_name"].asString());
+    for (const auto& report : collector.Accepted(firstReceived)) names.push_back(report.message["event_name"].asString());
     return names;
 }

@@ -55,5 +55,6 @@ private:
 // reach a collector too. Tests that call it hold the report_folder lock.
 void EmptyReportFolder();
 
-// Event names of the reports a collector accepted, in arrival order.
-std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector);
+// Event names of the reports a collector accepted, in arrival order, of the
+// requests from the `firstReceived`-th on.
+std::vector<std::string> AcceptedEventNames(const LoopbackCollector& collector, size_t firstReceived = 0);

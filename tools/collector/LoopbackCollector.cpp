@@ -83,13 +83,18 @@ std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Received() con
     return received_;
 }
 
-std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Accepted() const {
+std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Accepted(size_t firstReceived) const {
     std::lock_guard lock(mutex_);
     std::vector<ReceivedReport> accepted;
-    for (const auto& report : received_) {
-        if (IsAccepted(report)) accepted.push_back(report);
+    for (size_t index = firstReceived; index < received_.size(); ++index) {
+        if (IsAccepted(received_[index])) accepted.push_back(received_[index]);
     }
     return accepted;
+}
+
+size_t LoopbackCollector::ReceivedCount() const {
+    std::lock_guard lock(mutex_);
+    return received_.size();
 }
 
 bool LoopbackCollector::WaitForReceived(size_t count, unsigned timeoutMs) const {

@@ -67,8 +67,10 @@ public:
 
     // Every request in arrival order, recorded as soon as it was read.
     std::vector<ReceivedReport> Received() const;
-    // The well-formed reports answered 200.
-    std::vector<ReceivedReport> Accepted() const;
+    // The well-formed reports answered 200, of the requests from the
+    // `firstReceived`-th on: a long run looks at what is new only.
+    std::vector<ReceivedReport> Accepted(size_t firstReceived = 0) const;
+    size_t ReceivedCount() const;
     bool WaitForReceived(size_t count, unsigned timeoutMs) const;
     bool WaitForAccepted(size_t count, unsigned timeoutMs) const;
 
