@@ -32,7 +32,7 @@ Apartment CurrentApartment() {
 
 ::testing::AssertionResult InMultithreadedApartment(const Apartment& apartment) {
     if (apartment.result != S_OK || apartment.type != APTTYPE_MTA) {
-        return ::testing::AssertionFailure() << "CoGetApartmentType: hr=0x" << std::hex << apartment.result
+        return ::testing::AssertionFailure() << "CoGetApartmentType: hr=0x" << std::hex << static_cast<unsigned long>(apartment.result)
                                              << " type=" << apartment.type;
     }
     return ::testing::AssertionSuccess() << "qualifier " << apartment.qualifier;
