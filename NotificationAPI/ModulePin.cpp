@@ -2,24 +2,18 @@
 
 #include <windows.h>
 
-#include <atomic>
-
 #include "HostLog.h"
+#include "PinnedModule.h"
 
 namespace {
 
 constexpr wchar_t kPinFunction[] = L"PinModuleInMemory";
 
-std::atomic<bool> g_pinned{false};
-
 }  // namespace
 
 void PinModuleInMemory() noexcept {
-    if (g_pinned.exchange(true)) return;
-    HMODULE module = nullptr;
-    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                            reinterpret_cast<LPCWSTR>(&g_pinned), &module)) {
-        HOST_LOG_ERROR(kPinFunction, L"[{}]GetModuleHandleExW failed, GetLastError={}", kPinFunction, GetLastError());
-        g_pinned = false;
+    const DWORD error = rt::pin_module();
+    if (error != ERROR_SUCCESS) {
+        HOST_LOG_ERROR(kPinFunction, L"[{}]GetModuleHandleExW failed, GetLastError={}", kPinFunction, error);
     }
 }

@@ -5,6 +5,9 @@
 #include <objbase.h>
 #include <roapi.h>
 
+#include <atomic>
+#include <mutex>
+
 #include "ComPtr.h"
 #include "Guid.h"
 #include "HString.h"
@@ -14,11 +17,24 @@ namespace rt {
 
 namespace activation_detail {
 
-// A thread without an apartment cannot activate. It joins the process's
-// multithreaded apartment, which, unlike CoInitializeEx, binds nothing on the
-// calling thread and needs no matching uninitialise. The usage is kept for the
-// life of the process. Looked up by name: the import libraries of older SDKs lack it.
-inline bool join_multithreaded_apartment() {
+// A thread that never joined an apartment itself runs in the implicit
+// multithreaded apartment only while another thread keeps that apartment
+// alive ("CoGetApartmentType function": APTTYPEQUALIFIER_IMPLICIT_MTA); when
+// the last such thread uninitialises, an operation this thread started loses
+// its apartment. So before its first activation such a thread joins the
+// apartment with CoIncrementMTAUsage ("CoIncrementMTAUsage function": it
+// "puts the current thread into the MTA, if the current thread is not already
+// in an apartment"), which binds nothing to the thread and needs no matching
+// uninitialise. The usage is taken once and kept for the life of the process.
+inline bool explicitly_in_apartment() {
+    APTTYPE type{};
+    APTTYPEQUALIFIER qualifier{};
+    if (FAILED(CoGetApartmentType(&type, &qualifier))) return false;
+    return !(type == APTTYPE_MTA && qualifier == APTTYPEQUALIFIER_IMPLICIT_MTA);
+}
+
+// Looked up by name: the import libraries of older SDKs lack it.
+inline bool increment_mta_usage() {
     using increment_function = HRESULT(WINAPI*)(CO_MTA_USAGE_COOKIE*);
     const HMODULE combase = GetModuleHandleW(L"combase.dll");
     if (!combase) return false;
@@ -28,17 +44,24 @@ inline bool join_multithreaded_apartment() {
     return increment && SUCCEEDED(increment(&cookie));
 }
 
+inline std::atomic<bool> mta_usage_held{false};
+
+// Before every activation; after the first successful join it costs one load.
+inline void join_multithreaded_apartment() {
+    if (mta_usage_held.load() || explicitly_in_apartment()) return;
+    static std::mutex joining;
+    std::lock_guard lock(joining);
+    if (!mta_usage_held.load() && increment_mta_usage()) mta_usage_held.store(true);
+}
+
 }  // namespace activation_detail
 
 template <class I>
 com_ptr<I> get_activation_factory(const wchar_t* className) {
     const hstring name(className);
     com_ptr<I> factory;
-    HRESULT result = RoGetActivationFactory(name.get(), iid_of<I>, factory.put_void());
-    if (result == CO_E_NOTINITIALIZED && activation_detail::join_multithreaded_apartment()) {
-        result = RoGetActivationFactory(name.get(), iid_of<I>, factory.put_void());
-    }
-    check(result);
+    activation_detail::join_multithreaded_apartment();
+    check(RoGetActivationFactory(name.get(), iid_of<I>, factory.put_void()));
     return factory;
 }
 

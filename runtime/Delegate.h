@@ -12,6 +12,7 @@
 
 #include "ComPtr.h"
 #include "Guid.h"
+#include "PinnedModule.h"
 #include "RuntimeError.h"
 
 namespace rt {
@@ -57,8 +58,12 @@ private:
 }  // namespace delegate_detail
 
 // `callable` takes the delegate's Invoke arguments and returns void or HRESULT.
+// Every delegate is made here before it is handed to the platform, so this is
+// where the module pins itself (see PinnedModule.h); a module that cannot be
+// pinned still works as long as its client keeps it loaded.
 template <class Delegate, class F>
 com_ptr<Delegate> make_delegate(F&& callable) {
+    pin_module();
     using implementation = delegate_detail::implementation<Delegate, std::decay_t<F>>;
     return com_ptr<Delegate>::attach(new implementation(std::forward<F>(callable)));
 }

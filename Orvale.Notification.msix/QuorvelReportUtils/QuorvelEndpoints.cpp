@@ -17,21 +17,19 @@ constexpr EndpointEntry kEndpointTable[] = {
 
 }  // namespace
 
-std::wstring LookupEndpoint(const EndpointEntry* table, std::size_t count, const wchar_t* key,
-                            const wchar_t* fallback) {
-    for (std::size_t i = 0; i < count; ++i) {
-        if (table[i].key && std::wcscmp(table[i].key, key) == 0) return table[i].url ? table[i].url : fallback;
-    }
-    return fallback;
-}
-
-std::wstring GetReportUrl() {
+std::wstring GetReportUrl(const EndpointEntry* table, std::size_t count) {
     try {
-        return LookupEndpoint(kEndpointTable, std::size(kEndpointTable), kReportEndpointKey,
-                              build_settings::kCollectorUrl);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (table[i].key && std::wcscmp(table[i].key, kReportEndpointKey) == 0) {
+                return table[i].url ? table[i].url : build_settings::kCollectorUrl;
+            }
+        }
+        return build_settings::kCollectorUrl;
     } catch (...) {
         return {};
     }
 }
+
+std::wstring GetReportUrl() { return GetReportUrl(kEndpointTable, std::size(kEndpointTable)); }
 
 }  // namespace quorvel

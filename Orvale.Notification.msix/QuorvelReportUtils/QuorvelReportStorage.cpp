@@ -2,6 +2,8 @@
 
 #include <shlobj.h>
 
+#include <stdexcept>
+
 #include "Activation.h"
 #include "AsyncWait.h"
 #include "ClassNames.h"
@@ -49,13 +51,27 @@ std::wstring PathOf(const rt::com_ptr<rt::IStorageFile>& file) {
 
 void CreateFolder(const std::wstring& path) { CreateDirectoryW(path.c_str(), nullptr); }
 
-// Best effort: a failure is only logged.
-bool DeleteTemporaryFile(const std::wstring& tmpPath, const wchar_t* failureFormat) {
-    if (DeleteFileW(tmpPath.c_str())) return true;
-    const DWORD error = GetLastError();
+void LogTemporaryFileLeft(const wchar_t* format, const std::wstring& tmpPath, DWORD error) {
     host_log::WriteLine(host_log::kWarning, __FILE__, __LINE__, kSaveFunction,
-                        fmt::format(fmt::runtime(failureFormat), FileNameOf(tmpPath), error));
+                        fmt::format(fmt::runtime(format), FileNameOf(tmpPath), error));
+}
+
+// Best effort: a failure is only logged.
+bool DeleteTemporaryFile(const std::wstring& tmpPath) {
+    if (DeleteFileW(tmpPath.c_str())) return true;
+    LogTemporaryFileLeft(L"[Quorvel] Clean tmp failed: {} err={}", tmpPath, GetLastError());
     return false;
+}
+
+// After a failed rename the temporary file goes; the log line carries the
+// rename's error, which is what tells why the report was lost. Not an error of
+// the runtime calls: a plain exception, for the save's catch-all.
+[[noreturn]] void DiscardAfterFailedRename(const std::wstring& tmpPath) {
+    const DWORD renameError = GetLastError();
+    if (!DeleteFileW(tmpPath.c_str())) {
+        LogTemporaryFileLeft(L"[Quorvel] Clean tmp after rename failed: {} err={}", tmpPath, renameError);
+    }
+    throw std::runtime_error("MoveFileExW tmp->json failed");
 }
 
 }  // namespace
@@ -88,11 +104,7 @@ rt::async_operation<HSTRING> SaveEncryptedReportAsync(std::wstring folder, std::
         tmpPath = PathOf(file);
         const std::wstring jsonPath = FolderOf(tmpPath) + stamp + L".json";
         co_await StartWriteBytes(file.get(), cipher);
-        if (!MoveFileExW(tmpPath.c_str(), jsonPath.c_str(), 0)) {
-            const DWORD error = GetLastError();
-            if (DeleteTemporaryFile(tmpPath, L"[Quorvel] Clean tmp after rename failed: {} err={}")) tmpPath.clear();
-            throw rt::hresult_error(HRESULT_FROM_WIN32(error), L"MoveFileExW tmp->json failed");
-        }
+        if (!MoveFileExW(tmpPath.c_str(), jsonPath.c_str(), 0)) DiscardAfterFailedRename(tmpPath);
         co_return rt::hstring(jsonPath);
     } catch (const rt::hresult_error& error) {
         HOST_LOG_WARN(kSaveFunction, L"[Quorvel] Encrypt save write/rename failed, cleaning tmp: {}", tmpName);
@@ -100,7 +112,7 @@ rt::async_operation<HSTRING> SaveEncryptedReportAsync(std::wstring folder, std::
                        error.message());
         // Only a file this call created: a name that failed to be created may
         // belong to another writer of the same tick.
-        if (!tmpPath.empty()) DeleteTemporaryFile(tmpPath, L"[Quorvel] Clean tmp failed: {} err={}");
+        if (!tmpPath.empty()) DeleteTemporaryFile(tmpPath);
     } catch (...) {
         HOST_LOG_ERROR(kSaveFunction, L"[Quorvel] Encrypt save unknown exception");
     }

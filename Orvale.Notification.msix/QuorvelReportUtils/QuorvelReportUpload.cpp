@@ -97,9 +97,13 @@ rt::com_ptr<rt::IAsyncOperation<rt::IBuffer>> StartReadBuffer(rt::IStorageFile* 
     return operation;
 }
 
+// "StorageFile.DeleteAsync Method": the overload without options uses the
+// default option, and "StorageDeleteOption Enum": by default an item outside
+// the ApplicationData locations (the report folder is not one) goes where File
+// Explorer would put it, the user's Recycle Bin on a local disk.
 rt::com_ptr<rt::IAsyncAction> StartDelete(const rt::com_ptr<rt::IStorageFile>& file) {
     rt::com_ptr<rt::IAsyncAction> operation;
-    rt::check(file.As<rt::IStorageItem>()->DeleteAsyncOverloadDefaultOptions(operation.put()));
+    rt::check(file.As<rt::IStorageItem>()->DeleteAsync(rt::StorageDeleteOption::PermanentDelete, operation.put()));
     return operation;
 }
 

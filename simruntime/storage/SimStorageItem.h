@@ -28,7 +28,8 @@ rt::com_ptr<rt::IStorageFolder> make_storage_folder(std::wstring path);
 rt::com_ptr<rt::IStorageFile> find_storage_file(std::wstring_view path);
 
 // `Derived` names its class for the call log (static constexpr const wchar_t*
-// short_name) and may give `static void delete_from_disk(const std::wstring& path)`;
+// short_name) and may give
+// `static void delete_from_disk(const std::wstring& path, rt::StorageDeleteOption option)`;
 // without it DeleteAsync is not simulated.
 template <class Derived, class DefaultInterface>
 class storage_item : public object<Derived, DefaultInterface, rt::IStorageItem> {
@@ -38,13 +39,15 @@ public:
     }
     HRESULT STDMETHODCALLTYPE get_Path(HSTRING* value) override { return text_result(method(L"get_Path"), path_, value); }
 
-    // The platform's Default option moves the item to the recycle bin; here
-    // both options delete it for good.
+    // "StorageFile.DeleteAsync Method": the overload without options uses
+    // StorageDeleteOption::Default; what each option does is StorageRecycle's.
     HRESULT STDMETHODCALLTYPE DeleteAsyncOverloadDefaultOptions(rt::IAsyncAction** operation) override {
-        return start_delete(method(L"DeleteAsyncOverloadDefaultOptions"), operation);
+        return start_delete(method(L"DeleteAsyncOverloadDefaultOptions"), path_, rt::StorageDeleteOption::Default,
+                            operation);
     }
-    HRESULT STDMETHODCALLTYPE DeleteAsync(rt::StorageDeleteOption, rt::IAsyncAction** operation) override {
-        return start_delete(method(L"DeleteAsync"), operation);
+    HRESULT STDMETHODCALLTYPE DeleteAsync(rt::StorageDeleteOption option, rt::IAsyncAction** operation) override {
+        return start_delete(method(L"DeleteAsync"), path_ + L", " + std::to_wstring(static_cast<int>(option)), option,
+                            operation);
     }
 
     HRESULT STDMETHODCALLTYPE RenameAsyncOverloadDefaultOptions(HSTRING, rt::IAsyncAction**) override {
@@ -75,9 +78,11 @@ protected:
     const std::wstring& path() const { return path_; }
 
 private:
-    HRESULT start_delete(const std::wstring& name, rt::IAsyncAction** operation) {
-        if constexpr (requires { Derived::delete_from_disk(path_); }) {
-            return storage_action(name, path_, operation, [path = path_] { Derived::delete_from_disk(path); });
+    HRESULT start_delete(const std::wstring& name, const std::wstring& arguments, rt::StorageDeleteOption option,
+                         rt::IAsyncAction** operation) {
+        if constexpr (requires { Derived::delete_from_disk(path_, option); }) {
+            return storage_action(name, arguments, operation,
+                                  [path = path_, option] { Derived::delete_from_disk(path, option); });
         } else {
             return not_simulated(name);
         }

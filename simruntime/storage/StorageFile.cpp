@@ -16,6 +16,7 @@
 #include "StorageDisk.h"
 #include "StorageOperations.h"
 #include "StoragePaths.h"
+#include "StorageRecycle.h"
 
 namespace {
 
@@ -28,7 +29,9 @@ public:
 
     explicit storage_file(std::wstring path) : storage_item(std::move(path)) {}
 
-    static void delete_from_disk(const std::wstring& path) { sim::delete_file(path); }
+    static void delete_from_disk(const std::wstring& path, rt::StorageDeleteOption option) {
+        sim::delete_storage_file(path, option);
+    }
 
     // Nothing needs the rest.
     HRESULT STDMETHODCALLTYPE get_FileType(HSTRING*) override { return not_simulated(L"StorageFile.get_FileType"); }

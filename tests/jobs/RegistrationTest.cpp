@@ -130,12 +130,13 @@ TEST_F(Registration, AFailedEncodingIsCaughtAndGivesFalse) {
 }
 
 // A client built with the platform's compiler imports the export by the
-// decorated name of `bool RegisterBackgroundTask()`.
-TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameWithoutInstallDirectory) {
+// decorated name of `bool RegisterBackgroundTask()`, and may let the module go
+// as soon as it returns: the launch's threads may still be leaving the
+// module's code then, so the module keeps itself loaded.
+TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameAndMayUnloadTheModuleAfterIt) {
     RegisterPackage();
     ExperimentConfig config({std::nullopt, "1", "1"});
-    // Kept loaded for the rest of the process: the launch's threads may still
-    // be leaving the module's code when the call returns.
+    sim_control::set_async_delay_ms(200);
     const HMODULE module = LoadLibraryW((BinaryFolder() + L"\\NotificationAPI.dll").c_str());
     ASSERT_NE(nullptr, module);
     using RegisterFn = bool (*)();
@@ -143,6 +144,8 @@ TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameWithoutInstallDirec
         reinterpret_cast<RegisterFn>(reinterpret_cast<void*>(GetProcAddress(module, "?RegisterBackgroundTask@@YA_NXZ")));
     ASSERT_NE(nullptr, registerTasks);
     EXPECT_TRUE(registerTasks());
+    FreeLibrary(module);
+    EXPECT_EQ(module, GetModuleHandleW(L"NotificationAPI.dll"));
     EXPECT_EQ(std::vector<std::string>{"orvale-notification:?action=register-background-task&run_wns_request=1"},
               LaunchedUris());
 }

@@ -1,12 +1,19 @@
 // The report body as the collector reads it, and the encrypted form queued on disk.
 #include <gtest/gtest.h>
 
+#include <windows.h>
+#include <bcrypt.h>
+
 #include <json/reader.h>
 
+#include <atomic>
+#include <chrono>
 #include <regex>
 #include <string>
+#include <thread>
 
 #include "AesReference.h"
+#include "ImportPatch.h"
 #include "QuorvelBuildSettings.h"
 #include "QuorvelReportBody.h"
 #include "QuorvelReportCrypto.h"
@@ -30,6 +37,29 @@ std::string WithTimestampsReplaced(const std::string& body) {
 }
 
 std::vector<std::uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
+
+long long MillisecondsSince1970() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+// Counts the threads inside BCryptEncrypt, as the module's code calls it.
+struct EncryptWatch {
+    std::atomic<int> inside{0};
+    std::atomic<bool> together{false};
+    const ImportPatch* patch = nullptr;
+};
+EncryptWatch g_encryptWatch;
+
+NTSTATUS WINAPI WatchedEncrypt(BCRYPT_KEY_HANDLE key, PUCHAR input, ULONG inputLength, VOID* padding, PUCHAR iv,
+                               ULONG ivLength, PUCHAR output, ULONG outputLength, ULONG* result, ULONG flags) {
+    if (++g_encryptWatch.inside > 1) g_encryptWatch.together = true;
+    Sleep(1);  // long enough for a second thread to arrive
+    const NTSTATUS status = g_encryptWatch.patch->original<decltype(BCryptEncrypt)>()(
+        key, input, inputLength, padding, iv, ivLength, output, outputLength, result, flags);
+    --g_encryptWatch.inside;
+    return status;
+}
 
 }  // namespace
 
@@ -63,7 +93,9 @@ TEST(ReportBody, LevelsAndAnEventTimestampOverridingOnlyTheMessage) {
 
     Json::Value event(Json::objectValue);
     event["timestamp"] = 42;
+    const auto before = MillisecondsSince1970();
     const std::string body = quorvel::BuildReportBody(7, event, "a", "v", "t");
+    const auto after = MillisecondsSince1970();
     Json::Value outer, message;
     Json::CharReaderBuilder reader;
     std::string errors;
@@ -73,7 +105,10 @@ TEST(ReportBody, LevelsAndAnEventTimestampOverridingOnlyTheMessage) {
     ASSERT_TRUE(Json::parseFromStream(reader, messageStream, &message, &errors)) << errors;
     EXPECT_EQ(42, message["timestamp"].asInt64());
     EXPECT_EQ(outer["d2"][0]["timestamp"].asInt64(), message["client_timestamp"].asInt64());
-    EXPECT_GT(outer["d2"][0]["timestamp"].asInt64(), 1700000000000LL);
+    // Milliseconds since 1970: not 100-ns ticks, microseconds or a 1601 epoch
+    // (the margin covers a coarser clock on this side).
+    EXPECT_GE(outer["d2"][0]["timestamp"].asInt64(), before - 20);
+    EXPECT_LE(outer["d2"][0]["timestamp"].asInt64(), after + 20);
     EXPECT_NE(std::string::npos, outer["d2"][0]["fields"].asString().find("\"level\":\"info\""));
 }
 
@@ -97,6 +132,26 @@ TEST(ReportCrypto, QueuedBytesAreAesCbcWithBlockPaddingUnderTheBuildsKeyAndIv) {
     }
     // The same constants every time: equal bodies give equal files.
     EXPECT_EQ(quorvel::EncryptReport("same"), quorvel::EncryptReport("same"));
+}
+
+// Report threads and the caller's thread encrypt at once; one lock keeps them
+// out of CNG together.
+TEST(ReportCrypto, TwoThreadsNeverEncryptAtTheSameTime) {
+    const ImportPatch patch("bcrypt.dll", "BCryptEncrypt", reinterpret_cast<const void*>(&WatchedEncrypt));
+    g_encryptWatch.patch = &patch;
+    std::atomic<bool> allRight{true};
+    const auto encryptMany = [&allRight](const std::string& plain) {
+        for (int i = 0; i < 30; ++i) {
+            if (quorvel::DecryptReport(quorvel::EncryptReport(plain)) != plain) allRight = false;
+        }
+    };
+    std::thread first(encryptMany, "first thread's report");
+    std::thread second(encryptMany, "second thread's report");
+    first.join();
+    second.join();
+    EXPECT_TRUE(allRight);
+    EXPECT_FALSE(g_encryptWatch.together);
+    EXPECT_EQ(0, g_encryptWatch.inside);
 }
 
 TEST(ReportCrypto, DataThatIsNotAQueuedReportDecryptsToNothing) {

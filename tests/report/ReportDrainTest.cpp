@@ -5,7 +5,9 @@
 #include <filesystem>
 
 #include "QuorvelReportStorage.h"
+#include "QuorvelReportUtils.h"
 #include "ReportTestSupport.h"
+#include "SimRuntimeControl.h"
 #include "TestProcess.h"
 
 TEST(ReportDrain, ReportThreadsAreJoinedAndTheirReportsPostedBeforeTheProcessEnds) {
@@ -35,4 +37,18 @@ TEST(ReportDrain, WithoutDeviceIdentifierReportsStayQueuedForALaterRun) {
                            {{L"ORVALE_STANDALONE_DEVICE_GUID", L"dev-later"}}).finished);
     EXPECT_EQ(2u, collector.Accepted().size());
     for (const auto& report : collector.Accepted()) EXPECT_NE(std::string::npos, report.body.find("\"aid\":\"dev-later\""));
+}
+
+// ReportEvent blocks its caller until the report is posted; with the POST held
+// back, a report handed to another thread could not be at the collector yet.
+TEST(ReportDrain, ReportEventPostsBeforeItReturns) {
+    sim_control::reset();
+    EmptyReportFolder();
+    MappedCollector collector;
+    sim_control::set_async_delay_ms(300);
+    quorvel::ReportEvent(1, {"sync_report", "sub", 5, "ReportEventPostsBeforeItReturns", "", "", ""});
+    const auto received = collector.Received();
+    ASSERT_EQ(1u, received.size());
+    EXPECT_EQ("sync_report", received[0].message["event_name"].asString());
+    EXPECT_TRUE(std::filesystem::is_empty(quorvel::GetReportDirectory()));
 }

@@ -5,13 +5,16 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <ctime>
 #include <fstream>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <thread>
 
 #include "AsyncWait.h"
 #include "HostLogFile.h"
+#include "ImportPatch.h"
 #include "QuorvelClock.h"
 #include "QuorvelReportClaim.h"
 #include "QuorvelReportCrypto.h"
@@ -35,6 +38,12 @@ bool Contains(const std::vector<std::string>& lines, const std::string& part) {
         if (line.find(part) != std::string::npos) return true;
     }
     return false;
+}
+
+// The temporary file cannot be removed.
+BOOL WINAPI RefusedDelete(LPCWSTR) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
 }
 
 // A claimed name whose claim is `age` seconds old.
@@ -89,24 +98,45 @@ TEST_F(ReportQueue, AFailedSaveLeavesNothingQueuedAndNoTemporaryFile) {
     EXPECT_EQ(L"", quorvel::SaveEncryptedReport(L"C:\\no-such-folder\\reports\\", "{}"));
     EXPECT_TRUE(Contains(MessagesSince(cursor), "[Quorvel] Encrypt save exception: hr=0x80070003"));
 
-    // A queued file of the same name appears while the report is written.
-    QueueFolder folder;
-    sim_control::set_async_delay_ms(300);
-    const auto saving = quorvel::SaveEncryptedReportAsync(folder.path(), quorvel::EncryptReport("{}"));
-    std::wstring taken;
-    for (int i = 0; i < 400 && taken.empty(); ++i, Sleep(5)) {
-        for (const auto& name : folder.Names()) {
-            if (EndsWith(name, L".tmp")) taken = name.substr(0, name.size() - 4) + L".json";
+    // A queued file of the same name appears while the report is written; the
+    // rename fails, and then the temporary file is removed, or cannot be.
+    for (const bool deleteRefused : {false, true}) {
+        SCOPED_TRACE(deleteRefused ? "delete refused" : "delete allowed");
+        QueueFolder folder;
+        sim_control::set_async_delay_ms(300);
+        std::optional<ImportPatch> refuseDelete;
+        if (deleteRefused) refuseDelete.emplace("kernel32.dll", "DeleteFileW", reinterpret_cast<void*>(&RefusedDelete));
+        const HostLogCursor saveLog(TestLogPath());
+        const auto saving = quorvel::SaveEncryptedReportAsync(folder.path(), quorvel::EncryptReport("{}"));
+        std::wstring tmp;
+        for (int i = 0; i < 400 && tmp.empty(); ++i, Sleep(5)) {
+            for (const auto& name : folder.Names()) {
+                if (EndsWith(name, L".tmp")) tmp = name;
+            }
         }
+        ASSERT_FALSE(tmp.empty()) << "no temporary file seen";
+        const std::wstring taken = tmp.substr(0, tmp.size() - 4) + L".json";
+        ASSERT_TRUE(WriteFileBytes(folder / taken, "someone else's"));
+        EXPECT_EQ(L"", rt::wait_for_result(saving.get()).str());
+        refuseDelete.reset();
+        EXPECT_EQ("someone else's", ReadFileBytes(folder / taken));
+        const auto lines = saveLog.NewLines();
+        const auto unknown = LinesContaining(lines, "[Quorvel] Encrypt save unknown exception");
+        ASSERT_EQ(1u, unknown.size()) << ::testing::PrintToString(Messages(lines));
+        EXPECT_EQ(3, unknown[0].level);
+        EXPECT_TRUE(LinesContaining(lines, "Encrypt save exception").empty()) << "not an error of the runtime calls";
+        const auto cleanFailed = LinesContaining(lines, "Clean tmp");
+        if (!deleteRefused) {
+            EXPECT_EQ(std::vector<std::wstring>{taken}, folder.Names());
+            EXPECT_TRUE(cleanFailed.empty());
+            continue;
+        }
+        EXPECT_EQ((std::vector<std::wstring>{taken, tmp}), folder.Names());
+        ASSERT_EQ(1u, cleanFailed.size()) << ::testing::PrintToString(Messages(lines));
+        EXPECT_EQ(2, cleanFailed[0].level);
+        EXPECT_EQ("[Quorvel] Clean tmp after rename failed: " + WideToUtf8Text(tmp) + " err=183", cleanFailed[0].message)
+            << "the rename's error, not the delete's";
     }
-    ASSERT_FALSE(taken.empty()) << "no temporary file seen";
-    ASSERT_TRUE(WriteFileBytes(folder / taken, "someone else's"));
-    EXPECT_EQ(L"", rt::wait_for_result(saving.get()).str());
-    EXPECT_EQ(std::vector<std::wstring>{taken}, folder.Names());
-    EXPECT_EQ("someone else's", ReadFileBytes(folder / taken));
-    const auto messages = MessagesSince(cursor);
-    EXPECT_TRUE(Contains(messages, "[Quorvel] Encrypt save exception: hr=0x800700B7, MoveFileExW tmp->json failed"));
-    EXPECT_FALSE(Contains(messages, "Clean tmp"));
 }
 
 TEST_F(ReportQueue, EachFileIsClaimedByExactlyOneOfTwoRacingProcesses) {
@@ -173,11 +203,29 @@ TEST_F(ReportQueue, RollbackAndStaleRecoveryGiveQueuedNamesBack) {
     FAIL() << "the clock turned a second during every attempt";
 }
 
-TEST_F(ReportQueue, NothingIsClaimedWithoutADeviceIdentifier) {
+// Claim times are seconds since 1970: the stale-claim recovery compares them
+// with its own clock, so any other unit strands a claim whose uploader died.
+TEST_F(ReportQueue, AClaimNamesItsProcessAndSecondAndNeedsADeviceIdentifier) {
     QueueFolder folder;
-    const std::wstring name = QueueReport(folder, SampleBody("no-aid", ""));
-    EXPECT_TRUE(quorvel::ProcessReportFile(folder / name, CollectorUrl(), ""));
-    EXPECT_EQ(std::vector<std::wstring>{name}, folder.Names());
+    const std::wstring name = QueueReport(folder, SampleBody("claimed"));
+    const long long before = std::time(nullptr);
+    const auto claimed = quorvel::ClaimReportFile(folder / name);
+    const long long after = std::time(nullptr);
+    ASSERT_TRUE(claimed.has_value());
+    const std::wstring prefix =
+        name.substr(0, name.size() - 5) + L".uploading." + std::to_wstring(GetCurrentProcessId()) + L".";
+    ASSERT_EQ(std::vector<std::wstring>{claimed->substr(claimed->find_last_of(L'\\') + 1)}, folder.Names());
+    const std::wstring claimName = folder.Names()[0];
+    ASSERT_EQ(0u, claimName.rfind(prefix, 0)) << WideToUtf8Text(claimName);
+    const long long claimTime = std::stoll(claimName.substr(prefix.size()));
+    EXPECT_GE(claimTime, before);
+    EXPECT_LE(claimTime, after);
+
+    const std::wstring waiting = QueueReport(folder, SampleBody("no-aid", ""));
+    EXPECT_TRUE(quorvel::ProcessReportFile(folder / waiting, CollectorUrl(), ""));
+    const auto names = folder.Names();
+    EXPECT_EQ(2u, names.size());
+    EXPECT_NE(names.end(), std::find(names.begin(), names.end(), waiting)) << "left queued";
 
     HostLogCursor cursor(TestLogPath());
     EXPECT_FALSE(quorvel::ClaimReportFile(folder / L"gone.json").has_value());

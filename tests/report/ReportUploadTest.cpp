@@ -5,13 +5,27 @@
 #include <winsock2.h>
 #include <windows.h>
 
+#include <io.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+
 #include "HostLogFile.h"
+#include "ImportPatch.h"
+#include "QuorvelBuildSettings.h"
 #include "QuorvelClock.h"
+#include "QuorvelEndpoints.h"
 #include "QuorvelReportClaim.h"
 #include "QuorvelReportCrypto.h"
 #include "QuorvelReportUpload.h"
 #include "ReportTestSupport.h"
 #include "SimRuntimeControl.h"
+#include "StorageSimControl.h"
 #include "TestMain.h"
 
 namespace {
@@ -43,6 +57,45 @@ unsigned short ClosedPort() {
     return ntohs(address.sin_port);
 }
 
+// Directory listings served last entry first: each search is read whole at
+// its first call and handed out backwards.
+struct BackwardsListing {
+    const ImportPatch* first = nullptr;
+    const ImportPatch* next = nullptr;
+    std::mutex mutex;
+    std::map<intptr_t, std::vector<_wfinddata64_t>> rest;
+    std::atomic<int> listings{0};
+};
+BackwardsListing g_backwards;
+
+intptr_t __cdecl BackwardsFindFirst(const wchar_t* pattern, _wfinddata64_t* data) {
+    const intptr_t search = g_backwards.first->original<decltype(_wfindfirst64)>()(pattern, data);
+    if (search == -1) return search;
+    std::vector<_wfinddata64_t> all{*data};
+    for (_wfinddata64_t more; g_backwards.next->original<decltype(_wfindnext64)>()(search, &more) == 0;) all.push_back(more);
+    *data = all.back();
+    all.pop_back();
+    std::lock_guard lock(g_backwards.mutex);
+    g_backwards.rest[search] = std::move(all);
+    ++g_backwards.listings;
+    return search;
+}
+
+int __cdecl BackwardsFindNext(intptr_t search, _wfinddata64_t* data) {
+    std::lock_guard lock(g_backwards.mutex);
+    const auto found = g_backwards.rest.find(search);
+    if (found == g_backwards.rest.end()) return g_backwards.next->original<decltype(_wfindnext64)>()(search, data);
+    if (found->second.empty()) {
+        g_backwards.rest.erase(found);
+        SetLastError(ERROR_NO_MORE_FILES);
+        errno = ENOENT;
+        return -1;
+    }
+    *data = found->second.back();
+    found->second.pop_back();
+    return 0;
+}
+
 class ReportUpload : public testing::Test {
 protected:
     void SetUp() override { sim_control::reset(); }
@@ -67,7 +120,64 @@ TEST_F(ReportUpload, DeliveredReportsAreDeletedAndTheFirstFailureRollsBackAndSto
         EXPECT_EQ(1u, Lines(cursor, "[Quorvel] POST failed, status=" + std::to_string(failure) + " (" + secondTrace + ")").size());
         EXPECT_EQ(1u, Lines(cursor, "[Quorvel] upload OK, deleted: ").size());
         EXPECT_EQ(1u, Lines(cursor, "[Quorvel] POST OK: ").size());
+        EXPECT_TRUE(sim_control::recycled_items().empty()) << "a delivered report went to the Recycle Bin";
     }
+}
+
+// What HttpStringContent makes of UTF-8 and "text/plain", through a filter
+// that never answers from a cache.
+TEST_F(ReportUpload, TheBodyIsPostedAsUtf8TextThroughAFilterThatReadsNoCache) {
+    QueueFolder folder;
+    MappedCollector collector;
+    const std::wstring name = QueueReport(folder, SampleBody("typed"));
+    EXPECT_TRUE(quorvel::ProcessReportFile(folder / name, CollectorUrl(), "dev-1"));
+    ASSERT_EQ(1u, collector.Received().size());
+    EXPECT_EQ("text/plain; charset=UTF-8", collector.Received()[0].contentType);
+    const auto calls = sim_control::call_log();
+    const auto created = std::find_if(calls.begin(), calls.end(), [](const std::wstring& call) {
+        return call.starts_with(L"HttpStringContent.CreateFromStringWithEncodingAndMediaType(") &&
+               call.ends_with(L", 0, text/plain)");
+    });
+    EXPECT_NE(calls.end(), created) << "UTF-8 (0) and text/plain";
+    EXPECT_EQ(1, std::count(calls.begin(), calls.end(), L"HttpCacheControl.put_ReadBehavior(3)")) << "NoCache";
+}
+
+// The product's table may lack the row or leave its URL null.
+TEST_F(ReportUpload, TheReportUrlFallsBackToTheBuiltInOne) {
+    const std::wstring builtIn = quorvel::build_settings::kCollectorUrl;
+    const quorvel::EndpointEntry otherKey[] = {{L"URL_OTHER", L"https://other.invalid/"}};
+    const quorvel::EndpointEntry nullUrl[] = {{nullptr, L"https://nokey.invalid/"}, {quorvel::kReportEndpointKey, nullptr}};
+    const quorvel::EndpointEntry ownUrl[] = {{quorvel::kReportEndpointKey, L"https://own.invalid/"},
+                                             {quorvel::kReportEndpointKey, L"https://second.invalid/"}};
+    EXPECT_EQ(builtIn, quorvel::GetReportUrl(nullptr, 0));
+    EXPECT_EQ(builtIn, quorvel::GetReportUrl(otherKey, 1));
+    EXPECT_EQ(builtIn, quorvel::GetReportUrl(nullUrl, 2));
+    EXPECT_EQ(L"https://own.invalid/", quorvel::GetReportUrl(ownUrl, 2));
+    EXPECT_EQ(builtIn, quorvel::GetReportUrl());
+}
+
+// Directory listings come in whatever order the file system keeps (NTFS by
+// name, FAT as written; Wine hands on its own sorted listing), and the drain
+// lists through std::filesystem, which here reads the CRT's _wfindfirst64 and
+// _wfindnext64: the test serves the listing backwards through them.
+TEST_F(ReportUpload, ReportsArePostedOldestFirstWhateverOrderTheFolderListsThem) {
+    QueueFolder folder;
+    MappedCollector collector;
+    std::vector<std::string> events;
+    for (int i = 0; i < 5; ++i) events.push_back("report-" + std::to_string(i));
+    for (const auto& event : events) QueueReport(folder, SampleBody(event));
+    std::optional<ImportPatch> first, next;
+    try {
+        first.emplace("msvcrt.dll", "_wfindfirst64", reinterpret_cast<const void*>(&BackwardsFindFirst));
+        next.emplace("msvcrt.dll", "_wfindnext64", reinterpret_cast<const void*>(&BackwardsFindNext));
+    } catch (const std::runtime_error& notImported) {
+        GTEST_SKIP() << notImported.what();
+    }
+    g_backwards.first = &*first;
+    g_backwards.next = &*next;
+    quorvel::UploadPendingReports(folder.path(), CollectorUrl(), "dev-1");
+    EXPECT_LT(0, g_backwards.listings.load()) << "the drain listed the folder some other way";
+    EXPECT_EQ(events, AcceptedEventNames(collector));
 }
 
 TEST_F(ReportUpload, RefusedAndDroppedConnectionsRollBack) {
@@ -120,6 +230,7 @@ TEST_F(ReportUpload, EmptyAndUndecryptableClaimsAreDeletedWithoutTraffic) {
     EXPECT_TRUE(collector.Received().empty());
     EXPECT_EQ(1u, Lines(cursor, "[Quorvel] claimed file empty, deleting: 1000000000000000000.uploading.").size());
     EXPECT_EQ(1u, Lines(cursor, "[Quorvel] claimed file decrypt failed, deleting: 1000000000000000100.uploading.").size());
+    EXPECT_TRUE(sim_control::recycled_items().empty());
 }
 
 TEST_F(ReportUpload, ABodyStoredWithoutDeviceIdentifierIsSentWithTheCurrentOne) {

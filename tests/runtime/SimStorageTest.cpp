@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 #include "Activation.h"
@@ -15,6 +16,7 @@
 #include "HString.h"
 #include "SimRuntimeControl.h"
 #include "Storage.h"
+#include "StorageSimControl.h"
 #include "TempFolder.h"
 
 namespace {
@@ -67,6 +69,14 @@ rt::com_ptr<rt::IAsyncAction> write_operation(const rt::com_ptr<rt::IStorageFile
 
 bool exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
+// Deletes the file at `path` with `option`, or with the overload without one.
+void delete_file(const std::wstring& path, std::optional<rt::StorageDeleteOption> option) {
+    const auto item = rt::wait_for_result(file_operation(path).get()).As<rt::IStorageItem>();
+    rt::com_ptr<rt::IAsyncAction> deleting;
+    rt::check(option ? item->DeleteAsync(*option, deleting.put()) : item->DeleteAsyncOverloadDefaultOptions(deleting.put()));
+    rt::wait_for_result(deleting.get());
+}
+
 class SimStorage : public ::testing::Test {
 protected:
     void SetUp() override { sim_control::reset(); }
@@ -108,4 +118,33 @@ TEST_F(SimStorage, WorkIsDoneWhenTheOperationCompletesAndNotWhenItIsPlannedToFai
     sim_control::queue_async_outcome(L"FileIO.WriteBytesAsync", 3, E_ACCESSDENIED);
     EXPECT_EQ(E_ACCESSDENIED, error_of(write_operation(file, "lost")));
     EXPECT_EQ("data", ReadFileBytes(temp_ / L"late.txt"));
+}
+
+// A file outside the application-data locations goes to the recycle folder
+// unless it is deleted for good; inside them it is deleted either way.
+TEST_F(SimStorage, TheDefaultDeleteRecyclesOutsideApplicationData) {
+    ASSERT_TRUE(WriteFileBytes(temp_ / L"kept.txt", "in the bin"));
+    delete_file(temp_ / L"kept.txt", std::nullopt);
+    EXPECT_FALSE(exists(temp_ / L"kept.txt"));
+    const auto recycled = sim_control::recycled_items();
+    ASSERT_EQ(1u, recycled.size());
+    EXPECT_EQ(temp_ / L"kept.txt", recycled[0].original);
+    EXPECT_EQ("in the bin", ReadFileBytes(recycled[0].in_bin));
+    DeleteFileW(recycled[0].in_bin.c_str());
+
+    wchar_t localAppData[MAX_PATH] = {};
+    ASSERT_NE(0u, GetEnvironmentVariableW(L"LOCALAPPDATA", localAppData, MAX_PATH));
+    const std::wstring packages = std::wstring(localAppData) + L"\\Packages";
+    CreateDirectoryW(packages.c_str(), nullptr);
+    const std::wstring packageState = packages + L"\\SimStorageTest_" + FreshGuidText();
+    ASSERT_TRUE(CreateDirectoryW(packageState.c_str(), nullptr));
+    for (const auto& [path, option] :
+         {std::pair{temp_ / L"gone.txt", std::optional{rt::StorageDeleteOption::PermanentDelete}},
+          std::pair{packageState + L"\\state.txt", std::optional<rt::StorageDeleteOption>{}}}) {
+        ASSERT_TRUE(WriteFileBytes(path, "x"));
+        delete_file(path, option);
+        EXPECT_FALSE(exists(path));
+    }
+    RemoveDirectoryW(packageState.c_str());
+    EXPECT_EQ(1u, sim_control::recycled_items().size());
 }
