@@ -41,6 +41,7 @@ HostConfigCache& ProcessConfig() {
         HostConfigCache fresh;
         // Before the first load, whichever of the two lookups comes first.
         fresh.collectExperiments = true;
+        if (auto own = standalone::ReadVariable(standalone::kBusinessConfigVariable)) fresh.LoadFromFile(*own);
         return fresh;
     }();
     return cache;

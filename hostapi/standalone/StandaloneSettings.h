@@ -18,6 +18,9 @@ inline constexpr wchar_t kDeviceGuidVariable[] = L"ORVALE_STANDALONE_DEVICE_GUID
 inline constexpr wchar_t kConfigReaderOptVariable[] = L"ORVALE_STANDALONE_KIVCACHE_OPT";
 // "null": the experiment module's getter hands out no service.
 inline constexpr wchar_t kJxServiceVariable[] = L"ORVALE_STANDALONE_JX_SERVICE";
+// A configuration file (the format of config2.json) that the business library
+// answers from instead of the host's own, so a caller can tell which it read.
+inline constexpr wchar_t kBusinessConfigVariable[] = L"ORVALE_STANDALONE_BUSINESS_CONFIG";
 
 // Value of an environment variable; nullopt when it is not set at all.
 std::optional<std::wstring> ReadVariable(const wchar_t* name);

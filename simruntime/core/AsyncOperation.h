@@ -30,6 +30,9 @@ struct async_plan {
     HRESULT error_code = S_OK;
     // ErrorCode after Cancel().
     HRESULT cancel_error_code = HRESULT_FROM_WIN32(ERROR_CANCELLED);
+    // "IAsyncInfo::Cancel": "Requests cancellation": the operation may stay
+    // Started this long after Cancel returned (0: Canceled at once).
+    std::uint32_t cancel_delay_ms = 0;
 };
 
 namespace async_detail {
@@ -69,20 +72,15 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE Cancel() override {
-        rt::com_ptr<completed_handler> handler;
+        if (plan_.cancel_delay_ms == 0) return cancel_now();
         {
             std::lock_guard lock(mutex_);
             if (closed_) return rt::hresults::illegal_method_call;
-            if (status_ != rt::AsyncStatus::Started) return S_OK;
-            status_ = rt::AsyncStatus::Canceled;
-            errorCode_ = plan_.cancel_error_code;
-            handler = std::move(completedHandler_);
         }
-        if (handler) {
-            run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
-                handler->Invoke(self.get(), rt::AsyncStatus::Canceled);
-            });
-        }
+        run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
+            Sleep(self->plan_.cancel_delay_ms);
+            self->cancel_now();
+        });
         return S_OK;
     }
 
@@ -139,6 +137,24 @@ protected:
     std::mutex mutex_;
 
 private:
+    HRESULT cancel_now() {
+        rt::com_ptr<completed_handler> handler;
+        {
+            std::lock_guard lock(mutex_);
+            if (closed_) return rt::hresults::illegal_method_call;
+            if (status_ != rt::AsyncStatus::Started) return S_OK;
+            status_ = rt::AsyncStatus::Canceled;
+            errorCode_ = plan_.cancel_error_code;
+            handler = std::move(completedHandler_);
+        }
+        if (handler) {
+            run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
+                handler->Invoke(self.get(), rt::AsyncStatus::Canceled);
+            });
+        }
+        return S_OK;
+    }
+
     void run_to_end() {
         rt::AsyncStatus outcome = plan_.outcome;
         HRESULT errorCode = plan_.error_code;

@@ -1,5 +1,5 @@
-// Windows.Management.Deployment.AddPackageOptions: keeps the switches a caller
-// sets. Every setter is logged with its value, so tests see which switches
+// Windows.Management.Deployment.AddPackageOptions: keeps the switches and the
+// external location a caller sets; the package manager reads them when an add starts. Every setter is logged with its value, so tests see which switches
 // were set and in which order.
 #include <windows.h>
 
@@ -10,6 +10,7 @@
 
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "ComPtr.h"
 #include "Deployment.h"
 #include "SimCall.h"
 #include "SimMethods.h"
@@ -41,11 +42,19 @@ public:
     HRESULT STDMETHODCALLTYPE get_RelatedPackageUris(rt::IVector<rt::Uri>**) override {
         return not_simulated(L"AddPackageOptions.get_RelatedPackageUris");
     }
-    HRESULT STDMETHODCALLTYPE get_ExternalLocationUri(rt::IUriRuntimeClass**) override {
-        return not_simulated(L"AddPackageOptions.get_ExternalLocationUri");
+    // "AddPackageOptions.ExternalLocationUri Property": null until a caller sets it.
+    HRESULT STDMETHODCALLTYPE get_ExternalLocationUri(rt::IUriRuntimeClass** value) override {
+        if (!value) return E_POINTER;
+        return sim::run_call(L"AddPackageOptions.get_ExternalLocationUri", L"", [&] {
+            std::lock_guard lock(mutex_);
+            *value = rt::com_ptr<rt::IUriRuntimeClass>(externalLocation_).detach();
+        });
     }
-    HRESULT STDMETHODCALLTYPE put_ExternalLocationUri(rt::IUriRuntimeClass*) override {
-        return not_simulated(L"AddPackageOptions.put_ExternalLocationUri");
+    HRESULT STDMETHODCALLTYPE put_ExternalLocationUri(rt::IUriRuntimeClass* value) override {
+        return sim::run_call(L"AddPackageOptions.put_ExternalLocationUri", value ? L"uri" : L"null", [&] {
+            std::lock_guard lock(mutex_);
+            externalLocation_ = rt::com_ptr<rt::IUriRuntimeClass>::copy_from(value);
+        });
     }
     HRESULT STDMETHODCALLTYPE get_StubPackageOption(rt::StubPackageOption*) override {
         return not_simulated(L"AddPackageOptions.get_StubPackageOption");
@@ -119,6 +128,7 @@ private:
 
     std::mutex mutex_;
     std::map<std::wstring, bool, std::less<>> switches_;
+    rt::com_ptr<rt::IUriRuntimeClass> externalLocation_;
 };
 
 class add_package_options_factory final : public sim::activation_factory<add_package_options_factory> {

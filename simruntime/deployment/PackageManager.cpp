@@ -52,6 +52,16 @@ bool is_file(const std::wstring& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+// The options are read when the add starts, as a caller may reuse them.
+sim::add_request request_of(rt::IAddPackageOptions* options) {
+    boolean forceApp = 0, forceTarget = 0;
+    rt::check(options->get_ForceAppShutdown(&forceApp));
+    rt::check(options->get_ForceTargetAppShutdown(&forceTarget));
+    rt::com_ptr<rt::IUriRuntimeClass> externalLocation;
+    rt::check(options->get_ExternalLocationUri(externalLocation.put()));
+    return {forceApp != 0 || forceTarget != 0, static_cast<bool>(externalLocation)};
+}
+
 std::wstring raw_text_of(rt::IUriRuntimeClass* uri) {
     if (!uri) throw rt::hresult_error(E_POINTER);
     rt::hstring text;
@@ -73,7 +83,9 @@ std::wstring quoted(std::initializer_list<std::wstring_view> texts) {
 
 rt::com_ptr<rt::DeploymentOperation> start_operation(const wchar_t* method,
                                                      std::function<rt::com_ptr<rt::IDeploymentResult>()> produce) {
-    auto operation = sim::start_async<rt::DeploymentOperation>(sim::plan_for(method), std::move(produce));
+    sim::async_plan plan = sim::plan_for(method);
+    plan.cancel_delay_ms = sim::deployment_cancel_delay_ms();
+    auto operation = sim::start_async<rt::DeploymentOperation>(plan, std::move(produce));
     sim::remember_operation(operation);
     return operation;
 }
@@ -125,13 +137,14 @@ public:
         return rt::hresult_from([&] {
             const std::wstring uri = raw_text_of(packageUri);
             return sim::run_call(kAddMethod, uri, [&] {
+                const sim::add_request request = request_of(options);
                 const sim::deployment_report report = sim::next_add_report();
-                *operation = start_operation(kAddMethod, [uri, report] {
+                *operation = start_operation(kAddMethod, [uri, report, request] {
                                  const auto path = windows_path_of(uri);
                                  if (!path || !is_file(*path)) {
                                      throw rt::hresult_error(HRESULT_FROM_WIN32(ERROR_INSTALL_OPEN_PACKAGE_FAILED));
                                  }
-                                 if (report.isRegistered) sim::register_package_from_file();
+                                 if (report.isRegistered) sim::register_package_from_file(request);
                                  return sim::make_deployment_result(report);
                              }).detach();
             });

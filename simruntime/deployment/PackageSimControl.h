@@ -4,11 +4,14 @@
 // the call log).
 #include <windows.h>
 #include <unknwn.h>
+#include <hstring.h>
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "ComPtr.h"
+#include "HString.h"
 #include "SimRuntimeControl.h"
 
 extern "C" {
@@ -26,8 +29,22 @@ HRESULT SimRuntime_QueueUnregisteredDeployment(HRESULT extendedErrorCode, const 
 // once it ended and let its handler go.
 HRESULT SimRuntime_DeploymentOperationHandler(UINT32 index, IUnknown** handler);
 // The next call of `method` lets a C++ exception out instead of returning an
-// HRESULT (package manager methods only); calls queue.
+// HRESULT (package manager methods, Uri.CreateUri and
+// Launcher.QueryUriSupportAsync); calls queue.
 HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
+// Processes ("a.exe;b.exe") running under the package of that name, until an
+// add of it shuts them down; empty: none.
+HRESULT SimRuntime_SetPackageProcesses(const wchar_t* name, const wchar_t* processes);
+// Rules for adds that are off by default: refusing a version already
+// registered (0x80073CF9), and a package file that gives identity only with
+// an external location.
+HRESULT SimRuntime_SetAddRules(BOOL refuseRegisteredVersion, BOOL fileNeedsExternalLocation);
+// Cancel on a package operation ends it as Canceled only this long after the request.
+HRESULT SimRuntime_SetDeploymentCancelDelayMs(UINT32 delayMs);
+// The `index`-th record of `kind` since the last reset: 0 a process an add
+// shut down, 1 the full name of a package registered without identity;
+// S_FALSE and null past the end.
+HRESULT SimRuntime_AddRecord(UINT32 kind, UINT32 index, HSTRING* text);
 }
 
 namespace sim_control {
@@ -68,5 +85,42 @@ inline rt::com_ptr<IUnknown> deployment_operation_handler(UINT32 index) {
 inline void throw_from_next_call(const wchar_t* method) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_ThrowFromNextCall)(method), "SimRuntime_ThrowFromNextCall");
 }
+
+inline void set_package_processes(const std::wstring& name, const std::wstring& processes) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetPackageProcesses)(name.c_str(), processes.c_str()),
+          "SimRuntime_SetPackageProcesses");
+}
+
+struct add_rules {
+    bool refuseRegisteredVersion = false;
+    bool fileNeedsExternalLocation = false;
+};
+
+inline void set_add_rules(const add_rules& rules) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetAddRules)(rules.refuseRegisteredVersion, rules.fileNeedsExternalLocation),
+          "SimRuntime_SetAddRules");
+}
+
+inline void set_deployment_cancel_delay_ms(UINT32 delayMs) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetDeploymentCancelDelayMs)(delayMs), "SimRuntime_SetDeploymentCancelDelayMs");
+}
+
+namespace package_detail {
+inline std::vector<std::wstring> add_records(UINT32 kind) {
+    std::vector<std::wstring> records;
+    for (UINT32 index = 0;; ++index) {
+        rt::hstring text;
+        const HRESULT read = SIM_CONTROL_FUNCTION(SimRuntime_AddRecord)(kind, index, text.put());
+        check(read, "SimRuntime_AddRecord");
+        if (read == S_FALSE) return records;
+        records.push_back(text.str());
+    }
+}
+}  // namespace package_detail
+
+// Processes the adds shut down, in order.
+inline std::vector<std::wstring> shut_down_processes() { return package_detail::add_records(0); }
+// Full names of packages registered without giving identity.
+inline std::vector<std::wstring> registered_without_identity() { return package_detail::add_records(1); }
 
 }  // namespace sim_control

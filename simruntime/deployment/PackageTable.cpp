@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <utility>
 
 #include "PackageSimControl.h"
 #include "PackageTableFile.h"
+#include "HString.h"
 #include "RuntimeError.h"
 #include "SimState.h"
 
 namespace {
+
+constexpr HRESULT kInstallFailed = static_cast<HRESULT>(0x80073CF9);
 
 sim::package_identity default_package_in_file() {
     return {L"Sim.Package", L"CN=Sim", L"Sim.Package_1.0.0.0_x64__sim", {1, 0, 0, 0}};
@@ -21,6 +25,13 @@ struct package_table {
     sim::package_identity inFile = default_package_in_file();
     std::deque<sim::deployment_report> queuedAddReports;
     std::vector<rt::com_ptr<rt::DeploymentOperation>> operations;
+    // Steering of the platform's rules for adds (register_package_from_file).
+    std::map<std::wstring, std::vector<std::wstring>, std::less<>> runningProcesses;  // by package name
+    std::vector<std::wstring> shutDownProcesses;
+    bool refuseRegisteredVersion = false;
+    bool inFileNeedsExternalLocation = false;
+    std::vector<std::wstring> registeredWithoutIdentity;  // full names
+    std::uint32_t cancelDelayMs = 0;
 };
 
 // Never destroyed: operation threads may still reach it while the process exits.
@@ -86,10 +97,35 @@ std::vector<package_identity> find_packages(std::wstring_view userSecurityId, st
     return found;
 }
 
-void register_package_from_file() {
+// The rules an add meets, in the order the platform applies them.
+void register_package_from_file(const add_request& request) {
     std::lock_guard lock(state_mutex());
     package_table& current = current_table();
     const package_identity added = current.inFile;
+    // "Grant package identity by packaging with external location", Troubleshooting: adding a version
+    // that is already registered fails with 0x80073CF9 (a steering switch, off by default).
+    const bool sameVersionRegistered = std::ranges::any_of(current.registered, [&](const package_identity& package) {
+        const rt::PackageVersion& a = package.version;
+        const rt::PackageVersion& b = added.version;
+        return package.name == added.name && a.Major == b.Major && a.Minor == b.Minor && a.Build == b.Build &&
+               a.Revision == b.Revision;
+    });
+    if (current.refuseRegisteredVersion && sameVersionRegistered) throw rt::hresult_error(kInstallFailed);
+    // "AddPackageOptions.ForceAppShutdown Property", "AddPackageOptions.ForceTargetAppShutdown Property":
+    // the processes of a package in use are shut down forcibly so that registration can continue.
+    // Without either, "Troubleshooting packaging, deployment, and query of Windows apps":
+    // ERROR_PACKAGES_IN_USE.
+    if (auto running = current.runningProcesses.find(added.name); running != current.runningProcesses.end()) {
+        if (!request.forceShutdown) throw rt::hresult_error(HRESULT_FROM_WIN32(ERROR_PACKAGES_IN_USE));
+        current.shutDownProcesses.insert(current.shutDownProcesses.end(), running->second.begin(), running->second.end());
+        current.runningProcesses.erase(running);
+    }
+    // "AddPackageOptions.ExternalLocationUri Property", "Grant package identity by packaging with
+    // external location": a package with external location added without one registers, without an
+    // error, but gives no identity at run time.
+    if (current.inFileNeedsExternalLocation && !request.externalLocation) {
+        current.registeredWithoutIdentity.push_back(added.fullName);
+    }
     std::erase_if(current.registered, [&](const package_identity& package) { return package.name == added.name; });
     current.registered.push_back(added);
     store(current);
@@ -117,6 +153,11 @@ deployment_report next_add_report() {
 void remember_operation(const rt::com_ptr<rt::DeploymentOperation>& operation) {
     std::lock_guard lock(state_mutex());
     table().operations.push_back(operation);
+}
+
+std::uint32_t deployment_cancel_delay_ms() {
+    std::lock_guard lock(state_mutex());
+    return table().cancelDelayMs;
 }
 
 }  // namespace sim
@@ -158,4 +199,45 @@ extern "C" __declspec(dllexport) HRESULT SimRuntime_DeploymentOperationHandler(U
     const HRESULT read = operation->get_Completed(completed.put());
     *handler = completed.detach();
     return read;
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_SetPackageProcesses(const wchar_t* name, const wchar_t* processes) {
+    if (!name || !processes) return E_POINTER;
+    return change_table([&](package_table& current) {
+        std::vector<std::wstring>& running = current.runningProcesses[name];
+        running.clear();
+        std::wstring_view rest(processes);
+        while (!rest.empty()) {
+            const std::size_t end = std::min(rest.find(L';'), rest.size());
+            if (end > 0) running.emplace_back(rest.substr(0, end));
+            rest.remove_prefix(std::min(end + 1, rest.size()));
+        }
+        if (running.empty()) current.runningProcesses.erase(name);
+    });
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_SetAddRules(BOOL refuseRegisteredVersion,
+                                                                BOOL fileNeedsExternalLocation) {
+    return change_table([&](package_table& current) {
+        current.refuseRegisteredVersion = refuseRegisteredVersion != FALSE;
+        current.inFileNeedsExternalLocation = fileNeedsExternalLocation != FALSE;
+    });
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_SetDeploymentCancelDelayMs(UINT32 delayMs) {
+    return change_table([&](package_table& current) { current.cancelDelayMs = delayMs; });
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_AddRecord(UINT32 kind, UINT32 index, HSTRING* text) {
+    if (!text) return E_POINTER;
+    *text = nullptr;
+    bool found = false;
+    const HRESULT read = change_table([&](package_table& current) {
+        const auto& records = kind == 0 ? current.shutDownProcesses : current.registeredWithoutIdentity;
+        if (index >= records.size()) return;
+        *text = rt::hstring(records[index]).detach();
+        found = true;
+    });
+    if (FAILED(read)) return read;
+    return found ? S_OK : S_FALSE;
 }

@@ -4,6 +4,7 @@
 // and cleared by SimRuntime_Reset. When SIMRUNTIME_PACKAGE_TABLE_FILE names a
 // file, the registrations and the package file's identity are kept there
 // (PackageTableFile.h), read before and written after every operation.
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,8 +22,16 @@ namespace sim {
 std::vector<package_identity> find_packages(std::wstring_view userSecurityId, std::wstring_view name,
                                             std::wstring_view publisher);
 
-// Registers the identity the package file holds, replacing a registration of the same name.
-void register_package_from_file();
+// What an add asked for, as its AddPackageOptions say.
+struct add_request {
+    bool forceShutdown = false;     // ForceAppShutdown or ForceTargetAppShutdown
+    bool externalLocation = false;  // an ExternalLocationUri was given
+};
+
+// Registers the identity the package file holds, replacing a registration of
+// the same name, under the platform's rules for adds (PackageTable.cpp);
+// throws rt::hresult_error where they refuse it.
+void register_package_from_file(const add_request& request);
 
 // False when no registration has that full name.
 bool remove_package(std::wstring_view fullName);
@@ -32,5 +41,9 @@ deployment_report next_add_report();
 
 // Kept until the next reset, so tests can look at their completion handlers.
 void remember_operation(const rt::com_ptr<rt::DeploymentOperation>& operation);
+
+// How long Cancel on a package operation stays a request before the operation
+// ends as Canceled (0: at once).
+std::uint32_t deployment_cancel_delay_ms();
 
 }  // namespace sim

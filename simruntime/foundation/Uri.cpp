@@ -7,6 +7,7 @@
 
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "ForeignException.h"
 #include "Foundation.h"
 #include "HString.h"
 #include "SimCall.h"
@@ -109,6 +110,7 @@ public:
     HRESULT STDMETHODCALLTYPE CreateUri(HSTRING text, rt::IUriRuntimeClass** instance) override {
         if (!instance) return E_POINTER;
         *instance = nullptr;
+        sim::throw_if_planned(L"Uri.CreateUri");
         return sim::run_call(L"Uri.CreateUri", rt::view_of(text), [&]() -> HRESULT {
             auto parts = sim::parse_absolute_uri(rt::view_of(text));
             if (!parts) return E_INVALIDARG;

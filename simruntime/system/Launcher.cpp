@@ -1,7 +1,7 @@
 // Windows.System.Launcher: a URI is handled when an installed application
 // declares its scheme. The notification package declares
 // "orvale-notification", so that scheme is handled exactly while the package
-// is registered for the current user; other schemes only as tests steer.
+// is registered for the current user; no other scheme is handled.
 // Every launch the handler receives is recorded. Host processes that tests
 // start are steered through their environment instead: each launch is
 // appended as one line to the file SIMRUNTIME_LAUNCHED_URIS_FILE names, and
@@ -18,6 +18,7 @@
 #include "AsyncOperation.h"
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "ForeignException.h"
 #include "HString.h"
 #include "Launcher.h"
 #include "LauncherSimControl.h"
@@ -85,6 +86,9 @@ launch_result parse_launch_result(const std::wstring& text) {
     return {false, E_INVALIDARG};
 }
 
+// "Launcher.LaunchUriAsync(Uri) Method": "The calling app must be visible to
+// the user when the API is invoked"; otherwise the launch yields false. A
+// steered false stands for that caller.
 launch_result planned_launch_result() {
     {
         std::lock_guard lock(sim::state_mutex());
@@ -117,12 +121,15 @@ bool notification_package_registered() {
     return !sim::find_packages(L"", kPackageName, kPackagePublisher).empty();
 }
 
+// "LaunchQuerySupportStatus Enum": Available when an installed application
+// handles the activation, AppNotInstalled (1) "No app is installed to handle
+// the activation". The package's protocol handler is a plain one: it returns
+// no results.
 LaunchQuerySupportStatus support_for(const std::wstring& scheme, LaunchQuerySupportType type) {
-    // The package's protocol handler is a plain one: it returns no results.
     if (scheme == kPackageScheme && type == LaunchQuerySupportType::Uri && notification_package_registered()) {
         return LaunchQuerySupportStatus::Available;
     }
-    return LaunchQuerySupportStatus::AppUnavailable;
+    return LaunchQuerySupportStatus::AppNotInstalled;
 }
 
 template <class Getter>
@@ -160,6 +167,7 @@ public:
                                                    rt::LaunchQuerySupportOperation** operation) override {
         if (!operation) return E_POINTER;
         *operation = nullptr;
+        sim::throw_if_planned(kQueryMethod);
         return rt::hresult_from([&] {
             const std::wstring text = text_of(uri, &rt::IUriRuntimeClass::get_RawUri);
             const std::wstring scheme = text_of(uri, &rt::IUriRuntimeClass::get_SchemeName);

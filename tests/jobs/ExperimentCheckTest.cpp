@@ -24,8 +24,11 @@ CheckRun RunInstallJob(JobHost& host, EnvironmentOverrides environment = {}) {
     return run;
 }
 
+// The service is read through the host's business library, whose own configuration says "1" here.
 TEST(ExperimentCheck, SourceIsTheServiceOnlyWhenTheExperimentModuleHandsOneOut) {
     ExperimentConfig config({"0", std::nullopt, std::nullopt});
+    const TempFolder business;
+    ASSERT_TRUE(WriteFileBytes(business / L"business.json", ExperimentConfigText({"1", std::nullopt, std::nullopt})));
     struct Case {
         const char* name;
         const wchar_t* module;
@@ -40,12 +43,15 @@ TEST(ExperimentCheck, SourceIsTheServiceOnlyWhenTheExperimentModuleHandsOneOut) 
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        JobHost host({true, c.module});
-        const CheckRun run = RunInstallJob(host, c.environment);
+        // Without the package file an attempted install fails at once.
+        JobHost host({false, c.module});
+        EnvironmentOverrides environment = c.environment;
+        environment.emplace(L"ORVALE_STANDALONE_BUSINESS_CONFIG", business / L"business.json");
+        const CheckRun run = RunInstallJob(host, environment);
         EXPECT_EQ("", run.start["source"].asString());
         EXPECT_EQ(0, run.start["install_toggle"].asInt());
         EXPECT_EQ(c.source, run.result["source"].asString());
-        EXPECT_EQ(0, run.result["install_toggle"].asInt());
+        EXPECT_EQ(std::string(c.source) == "jx" ? 1 : 0, run.result["install_toggle"].asInt());
         const HostLogLine* usingCache = FindMessage(run.host.log, kUsingCache);
         EXPECT_EQ(std::string(c.source) == "cache", usingCache != nullptr);
         if (usingCache) {
@@ -73,6 +79,22 @@ TEST(ExperimentCheck, OnlyTheExactValueOneSwitchesTheInstallOn) {
         EXPECT_EQ(c.toggle != 1, notInstalled);
         EXPECT_EQ(c.toggle == 1, attempted);
     }
+}
+
+// "start" is handed over before the experiment is read, "result" after; a
+// configuration that takes a while to read puts time between them.
+TEST(ExperimentCheck, StartIsReportedBeforeTheResultBothAsInformation) {
+    ExperimentConfig config({"0", std::nullopt, std::nullopt}, 20000);
+    EmptyReportFolder();
+    MappedCollector collector;
+    JobHost host({false, nullptr});
+    host.Run(L"-type 1");
+    const Json::Value start = ReportMessage(collector, kCheckEvent, "start");
+    const Json::Value result = ReportMessage(collector, kCheckEvent, "result");
+    ASSERT_TRUE(start.isObject() && result.isObject());
+    EXPECT_LT(start["timestamp"].asInt64(), result["timestamp"].asInt64());
+    EXPECT_EQ("info", ReportLevel(collector, kCheckEvent, "start"));
+    EXPECT_EQ("info", ReportLevel(collector, kCheckEvent, "result"));
 }
 
 }  // namespace

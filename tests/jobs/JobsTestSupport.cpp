@@ -34,12 +34,6 @@ void AddEntry(Json::Value& config, const char* key, std::initializer_list<std::p
     config[key]["value"] = CompactJson(inner);
 }
 
-std::string ConfigText(const ExperimentSwitches& switches) {
-    Json::Value config(Json::objectValue);
-    AddEntry(config, "pc_bg_task_wakeup_config", {{kInstallKey, &switches.install}, {kWakeUpKey, &switches.wakeUp}});
-    AddEntry(config, "pc_tips_json_for_experiment", {{kWnsKey, &switches.wns}});
-    return CompactJson(config);
-}
 
 const LoopbackCollector::ReceivedReport* FindReport(const LoopbackCollector& collector,
                                                     std::vector<LoopbackCollector::ReceivedReport>& accepted,
@@ -55,7 +49,19 @@ const LoopbackCollector::ReceivedReport* FindReport(const LoopbackCollector& col
 
 }  // namespace
 
-ExperimentConfig::ExperimentConfig(const ExperimentSwitches& switches) : file_(L"config2.json", ConfigText(switches)) {}
+std::string ExperimentConfigText(const ExperimentSwitches& switches, size_t fillerEntries) {
+    Json::Value config(Json::objectValue);
+    AddEntry(config, "pc_bg_task_wakeup_config", {{kInstallKey, &switches.install}, {kWakeUpKey, &switches.wakeUp}});
+    AddEntry(config, "pc_tips_json_for_experiment", {{kWnsKey, &switches.wns}});
+    const std::optional<std::string> filler = "x";
+    for (size_t i = 0; i < fillerEntries; ++i) {
+        AddEntry(config, ("filler_" + std::to_string(i)).c_str(), {{"f", &filler}});
+    }
+    return CompactJson(config);
+}
+
+ExperimentConfig::ExperimentConfig(const ExperimentSwitches& switches, size_t fillerEntries)
+    : file_(L"config2.json", ExperimentConfigText(switches, fillerEntries)) {}
 
 sim_control::package_registration NotificationPackageVersion(std::uint16_t major) {
     return {L"4E7A21C9.store", L"CN=6F2B1D40-8C3E-4A7B-9D15-2E8F0C4A7B31",

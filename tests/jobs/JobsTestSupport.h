@@ -26,10 +26,14 @@ struct ExperimentSwitches {
     std::optional<std::string> wns;
 };
 
+// A configuration file's text holding the switches, and that many entries of
+// filler that make it slow to read.
+std::string ExperimentConfigText(const ExperimentSwitches& switches, size_t fillerEntries = 0);
+
 // config2.json holding the switches, for the life of the object.
 class ExperimentConfig {
 public:
-    explicit ExperimentConfig(const ExperimentSwitches& switches);
+    explicit ExperimentConfig(const ExperimentSwitches& switches, size_t fillerEntries = 0);
 
 private:
     RoamingConfigFile file_;

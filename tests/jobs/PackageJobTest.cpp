@@ -6,6 +6,7 @@
 
 #include "HostLogFile.h"
 #include "JobsTestSupport.h"
+#include "PackageIdentityUtils.h"
 #include "PackageJobs.h"
 #include "TestMain.h"
 
@@ -15,6 +16,11 @@ constexpr char kEntryTag[] = "[Orvale_LoadModule_WinMain]";
 constexpr char kWakeUpUri[] = "orvale-notification:?action=register-wakeup-task";
 
 std::string EntryLine(const std::string& text) { return kEntryTag + text; }
+
+// Where the first line with this message stands in the log.
+size_t LogPosition(const std::vector<HostLogLine>& log, const std::string& message) {
+    return static_cast<size_t>(FindMessage(log, message) - log.data());
+}
 
 class PackageJobs : public ::testing::Test {
 protected:
@@ -107,6 +113,12 @@ TEST_F(PackageJobs, UninstallReportsTheVersionItRemoved) {
     report = ReportMessage(second, "msix_uninstall", "");
     EXPECT_EQ("", report["old_version"].asString());
     EXPECT_EQ(0, report["error_code"].asInt());
+
+    // The switch reaches the removal itself.
+    sim_control::register_package(NotificationPackageVersion(3));
+    const HostRun timed = host.Run(L"-type 2 -timeout 1234");
+    EXPECT_NE(nullptr, FindMessage(timed.log, "[UninstallNotificationPackage]UninstallNotificationPackage: removing "
+                                              "4E7A21C9.store_3.0.0.0_x64__n, timeoutMs=1234"));
 }
 
 // In this process, where the removal can be made to fail.
@@ -121,6 +133,7 @@ TEST_F(PackageJobs, FailedUninstallReportsTheFunction) {
     EXPECT_EQ(static_cast<int>(E_ACCESSDENIED), report["error_code"].asInt());
     EXPECT_EQ("UninstallNotificationPackage", report["function_name"].asString());
     EXPECT_EQ("4.0.0.0", report["old_version"].asString());
+    EXPECT_EQ("", report["new_version"].asString());
     EXPECT_EQ("error", ReportLevel(collector_, "msix_uninstall", ""));
 }
 
@@ -139,6 +152,17 @@ TEST_F(PackageJobs, MaintenanceEnsuresThePackageAndAlwaysCompletes) {
         EXPECT_EQ(1u, CountLines(run.log, 1, EntryLine("Maintenance mode completed")));
         EXPECT_TRUE(host.LaunchedUris().empty());
     }
+    {
+        // A good ensure and a refused registration: non-fatal, then done.
+        JobHost host;
+        const HostRun run = host.Run(L"-type 3", {{L"SIMRUNTIME_LAUNCH_RESULT", L"false"}});
+        const auto nonFatal = LinesContaining(run.log, EntryLine("RegisterBackgroundTask failed (non-fatal)"));
+        const auto completed = LinesContaining(run.log, EntryLine("Maintenance mode completed"));
+        ASSERT_EQ(1u, nonFatal.size());
+        ASSERT_EQ(1u, completed.size());
+        EXPECT_EQ(2, nonFatal[0].level);
+        EXPECT_LT(LogPosition(run.log, nonFatal[0].message), LogPosition(run.log, completed[0].message));
+    }
     EXPECT_TRUE(collector_.Received().empty());
 }
 
@@ -154,7 +178,9 @@ TEST_F(PackageJobs, EachTypeReachesItsOwnJob) {
         SCOPED_TRACE(WideToUtf8Text(arguments));
         const HostRun run = host.Run(arguments);
         for (const std::string& line : {installLine, uninstallLine, maintenanceLine}) {
-            EXPECT_EQ(line == expected, FindMessage(run.log, line) != nullptr) << line;
+            const HostLogLine* found = FindMessage(run.log, line);
+            EXPECT_EQ(line == expected, found != nullptr) << line;
+            if (found) EXPECT_EQ("Orvale_LoadModule_WinMain", found->function);
         }
     }
 }
@@ -180,16 +206,43 @@ private:
     std::wstring saved_;
 };
 
-TEST_F(PackageJobs, OldWindowsReportsTheCheckThenRefuses) {
-    ExperimentConfig config({"1", "1", std::nullopt});
-    JobHost host;
+// The OS check comes before every job's own work; the install's experiment check comes before it.
+TEST_F(PackageJobs, OldWindowsStopsEveryJobAtTheOsCheck) {
     const EmulatedBuild build(L"18363");
-    const HostRun run = host.Run(L"-type 1");
-    EXPECT_EQ((std::vector<std::string>{"msix_install_kiv_check", "msix_install_kiv_check"}),
-              AcceptedEventNames(collector_));
-    EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
-    EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("Orvale_LoadModule_WinMain: OS build < 19041")));
-    EXPECT_TRUE(host.LaunchedUris().empty());
+    struct Case {
+        const wchar_t* arguments;
+        const char* installSwitch;
+        int toggle;  // -2: no experiment check reported
+    };
+    const Case cases[] = {{L"-type 1", "1", 1}, {L"-type 1", "0", 0}, {L"-type 2", "1", -2}, {L"-type 3", "1", -2}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(WideToUtf8Text(c.arguments) + " switch " + c.installSwitch);
+        ExperimentConfig config({c.installSwitch, "1", std::nullopt});
+        JobHost host;
+        sim_control::register_package(NotificationPackageVersion(1));
+        EmptyReportFolder();
+        MappedCollector collector;
+        const HostRun run = host.Run(c.arguments);
+        // After the dispatch line, the OS line is the job's only one.
+        const std::string dispatch = EntryLine("Orvale_LoadModule_WinMain: type=") + WideToUtf8Text(c.arguments).substr(6);
+        std::vector<HostLogLine> jobLines;
+        for (const HostLogLine& line : LinesContaining(run.log, EntryLine(""))) {
+            if (line.message != dispatch) jobLines.push_back(line);
+        }
+        ASSERT_EQ(1u, jobLines.size()) << ::testing::PrintToString(Messages(run.log));
+        EXPECT_EQ(EntryLine("Orvale_LoadModule_WinMain: OS build < 19041"), jobLines[0].message);
+        EXPECT_EQ(2, jobLines[0].level);
+        EXPECT_TRUE(LinesContaining(run.log, "NotificationPackage").empty());
+        if (c.toggle == -2) {
+            EXPECT_TRUE(collector.Received().empty());
+        } else {
+            EXPECT_EQ((std::vector<std::string>{"msix_install_kiv_check", "msix_install_kiv_check"}),
+                      AcceptedEventNames(collector));
+            EXPECT_EQ(c.toggle, ReportMessage(collector, "msix_install_kiv_check", "result")["install_toggle"].asInt());
+        }
+        EXPECT_EQ("1.0.0.0", QueryInstalledNotificationPackageVersionString());
+        EXPECT_TRUE(host.LaunchedUris().empty());
+    }
 }
 
 }  // namespace

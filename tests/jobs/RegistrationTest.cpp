@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include "BackgroundTaskRegistration.h"
+#include "FailingAllocation.h"
 #include "HostLogFile.h"
 #include "JobsTestSupport.h"
 #include "LauncherSimControl.h"
+#include "SafeLaunchUri.h"
 #include "TestMain.h"
 
 namespace {
@@ -57,6 +59,7 @@ TEST_F(Registration, ExperimentSwitchesChooseTheUri) {
                                      (c.wakeUp == "1" ? "true" : "false") +
                                      ", wnsTaskRegEnabled=" + (c.wns == "1" ? "true" : "false");
         EXPECT_EQ(1u, CountLines(lines, 1, decision)) << ::testing::PrintToString(Messages(lines));
+        if (const HostLogLine* line = FindMessage(lines, decision)) EXPECT_EQ("RegisterBackgroundTaskImpl", line->function);
         const size_t skipped =
             CountLines(lines, 1, "[RegisterBackgroundTaskImpl]RegisterBackgroundTask: both disabled, skip registration");
         EXPECT_EQ(c.launched.empty() ? 1u : 0u, skipped);
@@ -89,7 +92,7 @@ TEST_F(Registration, WithoutAHandlerNothingIsLaunched) {
     EXPECT_TRUE(LaunchedUris().empty());
     EXPECT_EQ(0u, sim_control::call_count(L"Launcher.LaunchUriAsync"));
     const auto lines = NewLines();
-    const auto warnings = LinesContaining(lines, "[SafeLaunchUri] URI handler not available (status=2), skipping launch: "
+    const auto warnings = LinesContaining(lines, "[SafeLaunchUri] URI handler not available (status=1), skipping launch: "
                                                  "orvale-notification:?action=register-wakeup-task&install_dir=D%3A%5COrvale");
     ASSERT_EQ(1u, warnings.size()) << ::testing::PrintToString(Messages(lines));
     EXPECT_EQ(2, warnings[0].level);
@@ -116,6 +119,37 @@ TEST_F(Registration, RefusedOrFailedLaunchesGiveFalse) {
     EXPECT_EQ(3, failed[0].level);
     EXPECT_EQ("SafeLaunchUriAsync", failed[0].function);
     EXPECT_TRUE(failed[0].message.ends_with(std::string(", URI: ") + kWakeUpUri)) << failed[0].message;
+}
+
+// Exceptions of other kinds than the runtime's, in the launch and in waiting for it.
+TEST_F(Registration, EveryOtherFailureOfTheLaunchIsCaught) {
+    RegisterPackage();
+    struct Case {
+        const char* name;
+        void (*steer)();
+        std::string message, function;
+    };
+    const Case cases[] = {
+        {"building the Uri", [] { sim_control::throw_from_next_call(L"Uri.CreateUri"); },
+         std::string("[SafeLaunchUri] Unknown exception, URI: ") + kWakeUpUri, "SafeLaunchUriAsync"},
+        {"the query", [] { sim_control::throw_from_next_call(L"Launcher.QueryUriSupportAsync"); },
+         std::string("[SafeLaunchUri] Unknown exception, URI: ") + kWakeUpUri, "SafeLaunchUriAsync"},
+        {"starting the wait", FailNextAllocationOnThisThread,
+         std::string("[SafeLaunchUri] Sync wrapper exception, URI: ") + kWakeUpUri, "SafeLaunchUri"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const HostLogCursor log(TestLogPath());
+        const std::wstring uri = Utf8ToWideText(kWakeUpUri);
+        c.steer();
+        EXPECT_FALSE(SafeLaunchUri(uri));
+        const auto lines = log.NewLines();
+        const HostLogLine* caught = FindMessage(lines, c.message);
+        ASSERT_NE(nullptr, caught) << ::testing::PrintToString(Messages(lines));
+        EXPECT_EQ(3, caught->level);
+        EXPECT_EQ(c.function, caught->function);
+    }
+    EXPECT_TRUE(LaunchedUris().empty());
 }
 
 TEST_F(Registration, AFailedEncodingIsCaughtAndGivesFalse) {

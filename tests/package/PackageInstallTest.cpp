@@ -33,12 +33,10 @@ TEST_F(InstallTest, ForcesTheUpdateFromTheFileBesideTheModule) {
 
     // The same version, an older one or a newer one: the install replaces it.
     EXPECT_EQ("3.0.0.0", QueryInstalledNotificationPackageVersionString());
-    EXPECT_EQ((std::vector<std::wstring>{L"AddPackageOptions.GetActivationFactory()",
-                                         L"AddPackageOptions.ActivateInstance()",
-                                         L"AddPackageOptions.put_ForceUpdateFromAnyVersion(1)",
+    EXPECT_EQ((std::vector<std::wstring>{L"AddPackageOptions.put_ForceUpdateFromAnyVersion(1)",
                                          L"AddPackageOptions.put_ForceAppShutdown(1)",
                                          L"AddPackageOptions.put_ForceTargetAppShutdown(1)"}),
-              CallsStartingWith(L"AddPackageOptions."));
+              CallsStartingWith(L"AddPackageOptions.put_"));
     EXPECT_EQ(std::vector<std::wstring>{std::wstring(kAddCall) + L"(" + ExpectedPackageUri() + L")"},
               CallsStartingWith(kAddCall));
     EXPECT_TRUE(Logged(1, "[InstallNotificationPackage]InstallNotificationPackage: force install, timeoutMs=5000"));
@@ -62,9 +60,28 @@ TEST_F(InstallTest, AnOperationThatDidNotCompleteReturnsItsOwnErrorCode) {
     EXPECT_EQ(S_FALSE, InstallNotificationPackage(50));
     EXPECT_TRUE(Logged(3, std::string(kDoInstallTag) + "async status=0, hr=0x00000001"));
 
-    sim_control::queue_async_outcome(kAddCall, 3, static_cast<HRESULT>(0x80073CFB));
-    EXPECT_EQ(static_cast<HRESULT>(0x80073CFB), InstallNotificationPackage(5000));
-    EXPECT_TRUE(Logged(3, std::string(kDoInstallTag) + "async status=3, hr=0x80073CFB"));
+    // Where the platform refuses to add a version it has registered already.
+    sim_control::register_package(NotificationPackage(L"same", 3, 0, 0, 0));
+    sim_control::set_add_rules({.refuseRegisteredVersion = true});
+    EXPECT_EQ(static_cast<HRESULT>(0x80073CF9), InstallNotificationPackage(5000));
+    EXPECT_TRUE(Logged(3, std::string(kDoInstallTag) + "async status=3, hr=0x80073CF9"));
+}
+
+// The install forces the shutdown of whatever runs under the package, on every run.
+TEST_F(InstallTest, ShutsDownTheProcessesRunningUnderThePackage) {
+    sim_control::set_package_processes(L"4E7A21C9.store", L"OrvaleTask.exe;OrvaleBroker.exe");
+    sim_control::set_package_processes(L"Other.App", L"Other.exe");
+    EXPECT_EQ(S_OK, InstallNotificationPackage(5000));
+    EXPECT_EQ((std::vector<std::wstring>{L"OrvaleTask.exe", L"OrvaleBroker.exe"}), sim_control::shut_down_processes());
+}
+
+// Without an external location a package that needs one registers without giving identity, silently.
+TEST_F(InstallTest, RegistersWithoutExternalLocation) {
+    sim_control::set_add_rules({.fileNeedsExternalLocation = true});
+    EXPECT_EQ(S_OK, InstallNotificationPackage(5000));
+    EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installed/updated successfully"));
+    EXPECT_EQ(std::vector<std::wstring>{L"from_file"}, sim_control::registered_without_identity());
+    EXPECT_EQ(0u, sim_control::call_count(L"AddPackageOptions.put_ExternalLocationUri"));
 }
 
 // Unlike the removal's, the install's time-out is not clamped to 30 s.
@@ -77,22 +94,34 @@ TEST_F(InstallTest, WaitsTheWholeTimeOutItWasGiven) {
                               ", timeoutMs=60000"));
 }
 
+// Cancel is a request: the platform may end the operation at once or later.
 TEST_F(InstallTest, TheAbandonedOperationReleasesTheCompletionHandler) {
-    sim_control::set_async_outcome(kAddCall, 0);
-    rt::com_ptr<IUnknown> handler;
-    std::thread watcher([&] {
-        Eventually([&] { return static_cast<bool>(handler = sim_control::deployment_operation_handler(0)); });
-    });
-    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CANCELLED), InstallNotificationPackage(200));
-    watcher.join();
-    ASSERT_TRUE(handler);
+    struct Case {
+        std::uint32_t cancelDelayMs;
+        HRESULT returned;  // the ErrorCode right after Cancel
+    };
+    for (const Case c : {Case{0, HRESULT_FROM_WIN32(ERROR_CANCELLED)}, Case{1500, S_OK}}) {
+        SCOPED_TRACE(c.cancelDelayMs);
+        sim_control::reset();
+        sim_control::set_async_outcome(kAddCall, 0);
+        sim_control::set_deployment_cancel_delay_ms(c.cancelDelayMs);
+        rt::com_ptr<IUnknown> handler;
+        std::thread watcher([&] {
+            Eventually([&] { return static_cast<bool>(handler = sim_control::deployment_operation_handler(0)); });
+        });
+        const ULONGLONG start = GetTickCount64();
+        EXPECT_EQ(c.returned, InstallNotificationPackage(200));
+        EXPECT_LT(GetTickCount64() - start, 1200u);
+        watcher.join();
+        ASSERT_TRUE(handler);
 
-    // Once the cancelled operation has ended, this test holds the last reference.
-    EXPECT_TRUE(Eventually([&] {
-        handler->AddRef();
-        return handler->Release() == 1;
-    }));
-    EXPECT_EQ(0u, handler.detach()->Release());
+        // Once the cancelled operation has ended, this test holds the last reference.
+        EXPECT_TRUE(Eventually([&] {
+            handler->AddRef();
+            return handler->Release() == 1;
+        }));
+        EXPECT_EQ(0u, handler.detach()->Release());
+    }
 }
 
 TEST_F(InstallTest, FailuresOfTheRuntimeAndOfAnyOtherKindAreCaught) {

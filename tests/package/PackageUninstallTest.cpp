@@ -49,14 +49,24 @@ TEST_F(UninstallTest, WaitsAtMostThirtySecondsPerPackage) {
     }
 }
 
+// Cancel is a request: the platform may end the removal at once or later.
 TEST_F(UninstallTest, ATimeOutStopsBeforeTheNextPackage) {
-    sim_control::queue_async_outcome(kRemoveCall, 0);
+    for (const std::uint32_t cancelDelayMs : {0u, 1500u}) {
+        SCOPED_TRACE(cancelDelayMs);
+        sim_control::reset();
+        sim_control::register_package(NotificationPackage(L"first", 1, 0, 0, 0));
+        sim_control::register_package(NotificationPackage(L"second", 2, 0, 0, 0));
+        sim_control::queue_async_outcome(kRemoveCall, 0);
+        sim_control::set_deployment_cancel_delay_ms(cancelDelayMs);
 
-    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_TIMEOUT), UninstallNotificationPackage(50));
-    EXPECT_EQ(std::vector<std::wstring>{RemoveCall(L"first")}, CallsStartingWith(kRemoveCall));
-    EXPECT_TRUE(Logged(3, std::string(kTag) + ": timeout (50ms) removing first"));
-    // The operation never ends by itself: only Cancel lets go of its completion handler.
-    EXPECT_TRUE(Eventually([] { return !sim_control::deployment_operation_handler(0); }));
+        const ULONGLONG start = GetTickCount64();
+        EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_TIMEOUT), UninstallNotificationPackage(50));
+        EXPECT_LT(GetTickCount64() - start, 1000u);
+        EXPECT_EQ(std::vector<std::wstring>{RemoveCall(L"first")}, CallsStartingWith(kRemoveCall));
+        EXPECT_TRUE(Logged(3, std::string(kTag) + ": timeout (50ms) removing first"));
+        // The operation never ends by itself: only Cancel lets go of its completion handler.
+        EXPECT_TRUE(Eventually([] { return !sim_control::deployment_operation_handler(0); }));
+    }
 }
 
 TEST_F(UninstallTest, AnOperationThatEndsOtherwiseStopsWithItsOwnCode) {

@@ -90,7 +90,7 @@ TEST_F(DiagnoseNotificationsTest, MissingPackageFailsThePackageAndItsProtocol) {
     MakeHealthy();
     sim_control::reset();
     ExpectFailures(Diagnose(), {"FAIL package: 4E7A21C9.store is not registered",
-                                "FAIL protocol: orvale-notification: its application is unavailable"});
+                                "FAIL protocol: orvale-notification: no application installed for it"});
 }
 
 TEST_F(DiagnoseNotificationsTest, DeletedIdentityKeyFailsTheIdentity) {
