@@ -275,17 +275,6 @@ TEST_F(Notifier, ExpiryDecidesWhetherAUserDismissalWasATimeOut) {
     EXPECT_EQ(notification::instance().active_count(), active);
 }
 
-TEST_F(Notifier, PushBoxToastEndsWithItsEvent) {
-    const size_t before = notification::instance().active_count();
-    ASSERT_TRUE(NotificationSetToPushBox(L"Title", L"Body", nullptr, L"orvale://open"));
-    EXPECT_EQ(notification::instance().active_count(), before + 1);
-
-    EXPECT_EQ(sim_control::raise_activated(0, L"0"), S_OK);
-
-    EXPECT_EQ(notification::instance().active_count(), before);
-    EXPECT_EQ(sim_control::handler_counts(0), sim_control::toast_handler_counts{});
-}
-
 TEST_F(Notifier, PushBoxRefusesATagThePlatformRefuses) {
     const std::wstring longest(64, L'x');
     EXPECT_TRUE(NotificationSetToPushBoxWithTag(L"Title", L"Body", nullptr, nullptr, longest.c_str()));
@@ -374,7 +363,7 @@ TEST_F(Notifier, AReplyWithoutItsTextEndsTheToastWithoutAHandlerCall) {
 
 // The push box never asks ToastNotifier.Setting before Show, by design: under
 // every blocking setting it still reports success, the platform drops the
-// toast and raises Failed, and that event ends the toast in the module.
+// toast and raises Failed, and that event ends the push box's toast in the module.
 TEST_F(Notifier, ASettingThatBlocksToastsDropsThePushBoxAndEndsItByFailed) {
     for (auto setting : {rt::NotificationSetting::DisabledForApplication, rt::NotificationSetting::DisabledForUser,
                          rt::NotificationSetting::DisabledByGroupPolicy, rt::NotificationSetting::DisabledByManifest}) {
