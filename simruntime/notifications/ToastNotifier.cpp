@@ -100,8 +100,8 @@ void append_to_shown_toasts_file(const shown_toast& shown) {
     FILE* file = nullptr;
     if (_wfopen_s(&file, path, L"ab") != 0 || !file) return;
     std::string record = "application id: " + utf8(shown.app_id) + "\ntag: " + utf8(shown.settings.tag) +
-                               "\nsuppress popup: " + (shown.settings.suppress_popup ? "true" : "false") + "\n" +
-                               utf8(shown.settings.xml) + "\n";
+                         "\nsuppress popup: " + (shown.settings.suppress_popup ? "true" : "false") + "\n" +
+                         utf8(shown.settings.xml) + "\n";
     for (const auto& ignored : shown.settings.ignored_markup) record += "ignored: " + utf8(ignored) + "\n";
     fwrite(record.data(), 1, record.size(), file);
     fclose(file);

@@ -67,15 +67,13 @@ const reset_registration reset{[] { state() = filter_state{}; }};
 
 std::wstring wide(std::string_view text) { return decoded_text(text, ""); }
 
-std::wstring uri_text(const http_location& at) {
+// The host, with its port when not the scheme's default: the Host header.
+std::wstring authority(const http_location& at) {
     const bool defaultPort = at.port == (at.scheme == L"https" ? 443 : 80);
-    return at.scheme + L"://" + at.host + (defaultPort ? L"" : L":" + std::to_wstring(at.port)) + wide(at.target);
+    return defaultPort ? at.host : at.host + L":" + std::to_wstring(at.port);
 }
 
-std::string host_header(const http_location& at) {
-    const bool defaultPort = at.port == (at.scheme == L"https" ? 443 : 80);
-    return utf8_of(defaultPort ? at.host : at.host + L":" + std::to_wstring(at.port));
-}
+std::wstring uri_text(const http_location& at) { return at.scheme + L"://" + authority(at) + wide(at.target); }
 
 const std::string* header(const http_response& response, std::string_view name) {
     const auto found = std::ranges::find(response.headers, name, &std::pair<std::string, std::string>::first);
@@ -163,7 +161,7 @@ http_location redirected(const http_location& from, const std::string& location)
 http_response send_through_default_filter(http_location at, http_post request, const abort_signal& abort) {
     for (int hop = 0;; ++hop) {
         request.target = at.target;
-        request.host = host_header(at);
+        request.host = utf8_of(authority(at));
         request.cookie = cookies_for(at);
         http_response response = exchange(endpoint_for(at.host, at.port), request_text(request), abort);
         record(request, at, response);
