@@ -2,8 +2,8 @@
 // machine has what the module needs to show notifications:
 //   DiagnoseNotifications.exe
 // One line per check ("OK", "FAIL" or "INFO"). Exit codes: 0 healthy, 1 a
-// check failed (identity, package, protocol, OS build or a stale report
-// claim), 2 usage. It reads only, through the module's own functions.
+// check failed (identity, package, protocol, OS build, a notification setting
+// that blocks toasts or a stale report claim), 2 usage. It reads only, through the module's own functions.
 #include <cstdio>
 #include <exception>
 
@@ -21,6 +21,7 @@ constexpr struct {
     {"package", diagnose::CheckNotificationPackage},
     {"configuration", diagnose::CheckHostConfiguration},
     {"os", diagnose::CheckOsBuild},
+    {"notification setting", diagnose::CheckNotificationSetting},
     {"report queue", diagnose::CheckReportQueue},
 };
 

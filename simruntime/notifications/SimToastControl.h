@@ -4,17 +4,20 @@
 // with sim_control::fail_next_call (e.g. L"ToastNotifier.Show").
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "Notifications.h"
 #include "SimRuntimeControl.h"
 
 extern "C" {
 // Toasts shown since the last reset, in the order of Show.
 HRESULT SimRuntime_ShownToastCount(UINT32* count);
-// Text `field` of shown toast `index` (0 XML, 1 tag, 2 group, 3 application id);
+// Text `field` of shown toast `index` (0 XML, 1 tag, 2 group, 3 application id,
+// 4 the markup the platform would ignore, one entry a line);
 // returns its length and copies what fits, terminated, into `buffer`.
 UINT32 SimRuntime_ShownToastText(UINT32 index, UINT32 field, wchar_t* buffer, UINT32 capacity);
 // SuppressPopup and ExpirationTime (DateTime ticks) as they were at Show.
@@ -29,7 +32,8 @@ HRESULT SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, c
 HRESULT SimRuntime_RaiseToastDismissed(UINT32 index, INT32 reason, HRESULT* handlersResult);
 HRESULT SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult);
 // Whether the platform dropped shown toast `index`: its notifier's application
-// id had no key under HKCU "Software\Classes\AppUserModelId\".
+// id had no key under HKCU "Software\Classes\AppUserModelId\", or the user's
+// setting blocked it (then Failed was raised with 0x803E0111 before Show returned).
 HRESULT SimRuntime_ShownToastDiscarded(UINT32 index, BOOL* discarded);
 // The next Show raises Activated (`arguments`) and Dismissed (`reason`) at
 // once on two threads, and returns only after both handlers ran.
@@ -38,6 +42,9 @@ HRESULT SimRuntime_RaceEventsOnNextShow(const wchar_t* arguments, INT32 reason);
 HRESULT SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult);
 // The next call of `method` lets a C++ exception out (L"ToastNotifier.Show").
 HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
+// ToastNotifier.Setting from now on (a NotificationSetting value); it wins over
+// SIMRUNTIME_TOAST_SETTING until the next reset.
+HRESULT SimRuntime_SetToastSetting(INT32 setting);
 }
 
 namespace sim_control {
@@ -50,6 +57,7 @@ struct shown_toast {
     bool suppress_popup = false;
     std::optional<std::int64_t> expiration_time;
     bool discarded = false;
+    std::vector<std::wstring> ignored_markup;
 };
 
 struct toast_handler_counts {
@@ -85,6 +93,12 @@ inline std::vector<shown_toast> shown_toasts() {
         BOOL discarded = FALSE;
         check(SIM_CONTROL_FUNCTION(SimRuntime_ShownToastDiscarded)(index, &discarded), "SimRuntime_ShownToastDiscarded");
         toast.discarded = discarded != FALSE;
+        const std::wstring ignored = shown_toast_text(index, 4);
+        for (size_t start = 0; start < ignored.size();) {
+            const size_t end = std::min(ignored.find(L'\n', start), ignored.size());
+            toast.ignored_markup.push_back(ignored.substr(start, end - start));
+            start = end + 1;
+        }
     }
     return toasts;
 }
@@ -128,6 +142,10 @@ inline HRESULT raise_racing(UINT32 index, const wchar_t* arguments, INT32 reason
 
 inline void race_events_on_next_show(const wchar_t* arguments, INT32 reason) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_RaceEventsOnNextShow)(arguments, reason), "SimRuntime_RaceEventsOnNextShow");
+}
+
+inline void set_toast_setting(rt::NotificationSetting setting) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetToastSetting)(static_cast<INT32>(setting)), "SimRuntime_SetToastSetting");
 }
 
 inline void throw_from_next_toast_call(const wchar_t* method) {

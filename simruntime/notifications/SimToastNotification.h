@@ -55,6 +55,7 @@ public:
         std::wstring group;
         bool suppress_popup = false;
         std::optional<std::int64_t> expiration_time;  // DateTime ticks
+        std::vector<std::wstring> ignored_markup;      // what the platform would not render
     };
     settings current_settings();
 

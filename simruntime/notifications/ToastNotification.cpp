@@ -16,6 +16,7 @@
 #include "SimMethods.h"
 #include "SimPropertyValue.h"
 #include "SimValueSet.h"
+#include "ToastSchema.h"
 #include "UniqueHandle.h"
 
 namespace {
@@ -224,6 +225,7 @@ HRESULT toast_notification::get_SuppressPopup(boolean* value) {
 toast_notification::settings toast_notification::current_settings() {
     settings current;
     current.xml = serialized(content_);
+    current.ignored_markup = ignored_toast_markup(content_.get());
     std::lock_guard lock(mutex_);
     current.tag = tag_;
     current.group = group_;

@@ -1,7 +1,8 @@
 // Windows.UI.Notifications.ToastNotificationManager and ToastNotifier: the
 // notification centre records every toast shown, for the tests to read and
-// to raise events on. When SIMRUNTIME_SHOWN_TOASTS_FILE names a file, each
-// shown toast is also appended to it, for demonstrations outside the tests.
+// to raise events on, with the markup the platform would ignore in it. When
+// SIMRUNTIME_SHOWN_TOASTS_FILE names a file, each toast that reached the
+// centre is also appended to it, for demonstrations outside the tests.
 #include <windows.h>
 
 #include <shobjidl.h>
@@ -25,6 +26,7 @@
 #include "SimToastControl.h"
 #include "SimToastNotification.h"
 #include "SimToastTemplates.h"
+#include "ToastSetting.h"
 #include "UniqueHandle.h"
 
 namespace {
@@ -35,7 +37,8 @@ struct shown_toast {
     std::wstring app_id;
     sim::toast_notification::settings settings;
     rt::com_ptr<sim::toast_notification> toast;
-    // The application id was not registered: the platform dropped the toast.
+    // The application id was not registered, or the user's setting blocks
+    // toasts: the platform dropped the toast.
     bool discarded = false;
 };
 
@@ -76,6 +79,12 @@ bool is_registered_app_id(const std::wstring& app_id) {
     return RegOpenKeyExW(HKEY_CURRENT_USER, key.c_str(), 0, KEY_READ, opened.put()) == ERROR_SUCCESS;
 }
 
+std::wstring joined_lines(const std::vector<std::wstring>& lines) {
+    std::wstring text;
+    for (const auto& line : lines) text += (text.empty() ? L"" : L"\n") + line;
+    return text;
+}
+
 std::string utf8(const std::wstring& text) {
     if (text.empty()) return {};
     const int length =
@@ -90,9 +99,10 @@ void append_to_shown_toasts_file(const shown_toast& shown) {
     if (GetEnvironmentVariableW(kShownToastsFileVariable, path, MAX_PATH) == 0) return;
     FILE* file = nullptr;
     if (_wfopen_s(&file, path, L"ab") != 0 || !file) return;
-    const std::string record = "application id: " + utf8(shown.app_id) + "\ntag: " + utf8(shown.settings.tag) +
-                               "\nsuppress popup: " + (shown.settings.suppress_popup ? "true" : "false") + "\n" +
-                               utf8(shown.settings.xml) + "\n";
+    std::string record = "application id: " + utf8(shown.app_id) + "\ntag: " + utf8(shown.settings.tag) +
+                         "\nsuppress popup: " + (shown.settings.suppress_popup ? "true" : "false") + "\n" +
+                         utf8(shown.settings.xml) + "\n";
+    for (const auto& ignored : shown.settings.ignored_markup) record += "ignored: " + utf8(ignored) + "\n";
     fwrite(record.data(), 1, record.size(), file);
     fclose(file);
 }
@@ -108,9 +118,13 @@ public:
         return sim::run_call(L"ToastNotifier.Show", app_id_, [&]() -> HRESULT {
             auto* toast = dynamic_cast<sim::toast_notification*>(notification);
             if (!toast) return E_INVALIDARG;
+            // "ToastNotifier.Setting Property": the setting tells whether a block
+            // "prevents the display of a toast notification"; "ToastNotification.Failed
+            // Event": such a block is "the most common failure", raised as Failed.
+            const bool blocked = sim::toast_setting() != rt::NotificationSetting::Enabled;
             const shown_toast shown{app_id_, toast->current_settings(),
                                     rt::com_ptr<sim::toast_notification>::copy_from(toast),
-                                    !is_registered_app_id(app_id_)};
+                                    blocked || !is_registered_app_id(app_id_)};
             if (!shown.discarded) append_to_shown_toasts_file(shown);
             {
                 std::lock_guard lock(sim::state_mutex());
@@ -120,6 +134,7 @@ public:
             if (const auto race = take_race_plan(); race && !shown.discarded) {
                 toast->raise_racing(race->arguments, race->reason);
             }
+            if (blocked) toast->raise_failed(sim::notification_disabled);
             return S_OK;
         });
     }
@@ -128,7 +143,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE get_Setting(rt::NotificationSetting* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"ToastNotifier.get_Setting", app_id_, [&] { *value = rt::NotificationSetting::Enabled; });
+        return sim::run_call(L"ToastNotifier.get_Setting", app_id_, [&] { *value = sim::toast_setting(); });
     }
     HRESULT STDMETHODCALLTYPE AddToSchedule(rt::IScheduledToastNotification*) override {
         return sim::not_simulated(L"ToastNotifier.AddToSchedule");
@@ -228,8 +243,9 @@ extern "C" __declspec(dllexport) UINT32
         std::lock_guard lock(sim::state_mutex());
         if (index < shown_toasts().size()) {
             const shown_toast& shown = shown_toasts()[index];
+            const std::wstring ignored = joined_lines(shown.settings.ignored_markup);
             const std::wstring* fields[] = {&shown.settings.xml, &shown.settings.tag, &shown.settings.group,
-                                            &shown.app_id};
+                                            &shown.app_id, &ignored};
             if (field < std::size(fields)) text = *fields[field];
         }
     }

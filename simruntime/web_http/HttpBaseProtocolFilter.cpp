@@ -1,6 +1,7 @@
 // Windows.Web.Http.Filters.HttpBaseProtocolFilter and its HttpCacheControl.
 // The simulated client sends every request to the network whatever the
 // cache behaviours say; they are kept and logged so tests can read them.
+// Redirects, credential prompts and cookies follow the filter's defaults.
 #include <windows.h>
 
 #include <atomic>
@@ -65,14 +66,18 @@ public:
                              [&] { *value = rt::com_ptr<rt::IHttpCacheControl>(cacheControl_).detach(); });
     }
 
-    HRESULT STDMETHODCALLTYPE get_AllowAutoRedirect(boolean*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.get_AllowAutoRedirect");
+    // The defaults, which the client's requests obey (HttpFilterDefaults.h);
+    // changing them is not simulated.
+    HRESULT STDMETHODCALLTYPE get_AllowAutoRedirect(boolean* value) override {
+        if (!value) return E_POINTER;
+        return sim::run_call(L"HttpBaseProtocolFilter.get_AllowAutoRedirect", L"", [&] { *value = 1; });
     }
     HRESULT STDMETHODCALLTYPE put_AllowAutoRedirect(boolean) override {
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_AllowAutoRedirect");
     }
-    HRESULT STDMETHODCALLTYPE get_AllowUI(boolean*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.get_AllowUI");
+    HRESULT STDMETHODCALLTYPE get_AllowUI(boolean* value) override {
+        if (!value) return E_POINTER;
+        return sim::run_call(L"HttpBaseProtocolFilter.get_AllowUI", L"", [&] { *value = 1; });
     }
     HRESULT STDMETHODCALLTYPE put_AllowUI(boolean) override {
         return sim::not_simulated(L"HttpBaseProtocolFilter.put_AllowUI");

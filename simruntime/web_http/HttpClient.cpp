@@ -1,6 +1,7 @@
 // Windows.Web.Http.HttpClient. PostAsync really sends the request, as plain
 // HTTP to the endpoint SIMRUNTIME_HTTP_HOSTS maps the URL's host to (else the
-// host itself), and completes with the status and body that came back.
+// host itself), through what the base protocol filter does by default
+// (HttpFilterDefaults.h), and completes with the status and body of the last answer.
 #include <windows.h>
 
 #include <memory>
@@ -11,7 +12,7 @@
 #include "ClassTable.h"
 #include "HString.h"
 #include "HttpConnection.h"
-#include "HttpEndpoint.h"
+#include "HttpFilterDefaults.h"
 #include "HttpResponseOperation.h"
 #include "HttpText.h"
 #include "HttpWire.h"
@@ -34,7 +35,7 @@ std::wstring uri_text(rt::IUriRuntimeClass* uri, uri_text_getter getter) {
 }
 
 struct post_target {
-    sim::http_endpoint endpoint;
+    sim::http_location location;
     sim::http_post post;
 };
 
@@ -48,17 +49,15 @@ post_target describe_post(rt::IUriRuntimeClass* uri, const sim::http_body& body)
     std::wstring target = uri_text(uri, &rt::IUriRuntimeClass::get_Path);
     if (target.empty()) target = L"/";
     target += uri_text(uri, &rt::IUriRuntimeClass::get_Query);
-    const bool defaultPort = port == (scheme == L"https" ? 443 : 80);
-    const std::wstring hostHeader = defaultPort ? host : host + L":" + std::to_wstring(port);
-    return {sim::endpoint_for(host, port),
-            sim::http_post{sim::utf8_of(target), sim::utf8_of(hostHeader), body.contentType, body.bytes}};
+    return {sim::http_location{scheme, host, port, sim::utf8_of(target)},
+            sim::http_post{{}, {}, body.contentType, body.bytes}};
 }
 
 rt::com_ptr<sim::http_response_operation> start_post(post_target target) {
     auto abort = std::make_shared<sim::abort_signal>();
     auto operation = sim::make<sim::http_response_operation>(
         sim::plan_for(L"HttpClient.PostAsync"), abort, [abort, target = std::move(target)] {
-            return sim::make_http_response(sim::exchange(target.endpoint, sim::request_text(target.post), *abort));
+            return sim::make_http_response(sim::send_through_default_filter(target.location, target.post, *abort));
         });
     operation->start();
     return operation;

@@ -52,11 +52,13 @@ bool has_no_body(int status) { return (status >= 100 && status < 200) || status 
 }  // namespace
 
 std::string request_text(const http_post& post) {
-    return "POST " + post.target + " HTTP/1.1\r\n" +
-           "Host: " + post.host + "\r\n" +
-           "Content-Type: " + post.contentType + "\r\n" +
-           "Content-Length: " + std::to_string(post.body.size()) + "\r\n" +
-           "Connection: close\r\n\r\n" + post.body;
+    std::string text = post.method + " " + post.target + " HTTP/1.1\r\n" + "Host: " + post.host + "\r\n";
+    if (post.method != "GET") {
+        text += "Content-Type: " + post.contentType + "\r\n" +
+                "Content-Length: " + std::to_string(post.body.size()) + "\r\n";
+    }
+    if (!post.cookie.empty()) text += "Cookie: " + post.cookie + "\r\n";
+    return text + "Connection: close\r\n\r\n" + post.body;
 }
 
 bool http_response_reader::add(std::string_view bytes) {
@@ -92,6 +94,9 @@ void http_response_reader::read_head(std::size_t headEnd) {
         const std::string_view value = trimmed(line.substr(colon + 1));
         if (equal_ignoring_case(name, "Content-Length")) bodyLength_ = parsed_number(value);
         if (equal_ignoring_case(name, "Content-Type")) response_.contentType = std::string(value);
+        std::string lowered(name);
+        std::ranges::transform(lowered, lowered.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        response_.headers.emplace_back(std::move(lowered), value);
     }
     if (has_no_body(response_.status)) bodyLength_ = 0;
     bodyStart_ = headEnd + kHeadEnd.size();

@@ -1,5 +1,6 @@
 #pragma once
-// HTTP/1.1 as it crosses the wire: the request text of a POST and a reader
+// HTTP/1.1 as it crosses the wire: the request text of a POST (or of the GET
+// a redirect turns it into) and a reader
 // that turns the received bytes into a response, failing with the codes
 // Windows reports.
 #include <windows.h>
@@ -8,6 +9,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace sim {
 
@@ -23,6 +26,8 @@ struct http_post {
     std::string host;    // the Host header: the URL's host, with its port when not the scheme's default
     std::string contentType;
     std::string body;
+    std::string method = "POST";  // a GET goes without content headers
+    std::string cookie;           // the Cookie header, none when empty
 };
 
 std::string request_text(const http_post& post);
@@ -32,6 +37,7 @@ struct http_response {
     std::string reason;
     std::string contentType;
     std::string body;
+    std::vector<std::pair<std::string, std::string>> headers;  // names in lower case, in arrival order
 };
 
 // Fed with the bytes as they arrive, then told when the peer closed.

@@ -275,17 +275,6 @@ TEST_F(Notifier, ExpiryDecidesWhetherAUserDismissalWasATimeOut) {
     EXPECT_EQ(notification::instance().active_count(), active);
 }
 
-TEST_F(Notifier, PushBoxToastEndsWithItsEvent) {
-    const size_t before = notification::instance().active_count();
-    ASSERT_TRUE(NotificationSetToPushBox(L"Title", L"Body", nullptr, L"orvale://open"));
-    EXPECT_EQ(notification::instance().active_count(), before + 1);
-
-    EXPECT_EQ(sim_control::raise_activated(0, L"0"), S_OK);
-
-    EXPECT_EQ(notification::instance().active_count(), before);
-    EXPECT_EQ(sim_control::handler_counts(0), sim_control::toast_handler_counts{});
-}
-
 TEST_F(Notifier, PushBoxRefusesATagThePlatformRefuses) {
     const std::wstring longest(64, L'x');
     EXPECT_TRUE(NotificationSetToPushBoxWithTag(L"Title", L"Body", nullptr, nullptr, longest.c_str()));
@@ -370,6 +359,51 @@ TEST_F(Notifier, AReplyWithoutItsTextEndsTheToastWithoutAHandlerCall) {
     EXPECT_TRUE(Summaries(*record_).empty());
     EXPECT_EQ(LinesContaining(cursor.NewLines(), "on_toast_activated exception, hr=0x8000000B").size(), 1u);
     EXPECT_EQ(notification::instance().active_count(), before);
+}
+
+// The push box never asks ToastNotifier.Setting before Show, by design: under
+// every blocking setting it still reports success, the platform drops the
+// toast and raises Failed, and that event ends the push box's toast in the module.
+TEST_F(Notifier, ASettingThatBlocksToastsDropsThePushBoxAndEndsItByFailed) {
+    for (auto setting : {rt::NotificationSetting::DisabledForApplication, rt::NotificationSetting::DisabledForUser,
+                         rt::NotificationSetting::DisabledByGroupPolicy, rt::NotificationSetting::DisabledByManifest}) {
+        sim_control::reset();
+        sim_control::set_toast_setting(setting);
+        const size_t before = notification::instance().active_count();
+
+        EXPECT_TRUE(NotificationSetToPushBox(L"Title", L"Body", nullptr, nullptr));
+
+        const auto shown = sim_control::shown_toasts();
+        ASSERT_EQ(shown.size(), 1u);
+        EXPECT_TRUE(shown[0].discarded);
+        EXPECT_EQ(sim_control::handler_counts(0), sim_control::toast_handler_counts{});
+        EXPECT_EQ(notification::instance().active_count(), before);
+        EXPECT_EQ(sim_control::call_count(L"ToastNotifier.get_Setting"), 0u);
+    }
+}
+
+// The attribute spellings, the scenario and the bare hero path are the
+// module's, on purpose; the notification centre shows the toast without them.
+TEST_F(Notifier, TheCentreRecordsTheMarkupThePlatformWouldIgnore) {
+    StartThroughPushBox();
+    notification_template toast;
+    toast.hero_image = L"C:\\pictures\\hero.jpg";
+    toast.app_logo = L"https://images.example.invalid/logo.png";
+    toast.app_logo_crop = 1;
+    ShowRecorded(toast);
+    ShowRecorded(notification_template());
+
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), 2u);
+    EXPECT_FALSE(shown[0].discarded);
+    EXPECT_EQ(shown[0].ignored_markup,
+              (std::vector<std::wstring>{
+                  L"toast scenario=\"Default\": not a value of the schema",
+                  L"image placement=\"app_logo_override\": not a value of the schema",
+                  L"image hint_crop=\"circle\": no such attribute",
+                  L"image src=\"C:\\pictures\\hero.jpg\": not a value of the schema",
+              }));
+    EXPECT_EQ(shown[1].ignored_markup, std::vector<std::wstring>{L"toast scenario=\"Default\": not a value of the schema"});
 }
 
 // As Windows does for a process without a package: toasts under an

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "DiagnosticChecks.h"
@@ -71,6 +72,7 @@ TEST_F(DiagnoseNotificationsTest, HealthySetUpPassesEveryCheck) {
     EXPECT_TRUE(Contains(result.output, "OK   package: 4E7A21C9.store registered, version 2.0.0.0")) << result.output;
     EXPECT_TRUE(Contains(result.output, "OK   protocol: orvale-notification: available")) << result.output;
     EXPECT_TRUE(Contains(result.output, "OK   report queue: 1 queued, 0 temporary, 1 claimed")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "OK   notification setting: MalvornVideo.Orvale.v1: enabled")) << result.output;
     EXPECT_TRUE(Contains(result.output, "INFO experiment: pc_bg_task_wakeup_config/pc_bg_task_register: "))
         << result.output;
 }
@@ -98,6 +100,21 @@ TEST_F(DiagnoseNotificationsTest, DeletedIdentityKeyFailsTheIdentity) {
     const std::wstring key = std::wstring(notification_wrapper::kAppUserModelIdKey) + diagnose::kAppId;
     ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str()));
     ExpectFailures(Diagnose(), {"FAIL identity: HKCU\\Software\\Classes\\AppUserModelId\\MalvornVideo.Orvale.v1 is not registered"});
+}
+
+TEST_F(DiagnoseNotificationsTest, EveryNotificationSettingThatBlocksToastsFails) {
+    MakeHealthy();
+    const std::pair<const wchar_t*, const char*> blocks[] = {
+        {L"DisabledForApplication", "turned off for this application by the user (setting 1)"},
+        {L"DisabledForUser", "turned off for every application of this user (setting 2)"},
+        {L"DisabledByGroupPolicy", "turned off on this computer by group policy (setting 3)"},
+        {L"DisabledByManifest", "turned off by the application's manifest (setting 4)"},
+    };
+    for (const auto& [setting, text] : blocks) {
+        SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", setting);
+        ExpectFailures(Diagnose(), {std::string("FAIL notification setting: MalvornVideo.Orvale.v1: ") + text});
+    }
+    SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", nullptr);
 }
 
 TEST_F(DiagnoseNotificationsTest, StaleClaimFailsTheQueue) {

@@ -81,6 +81,7 @@ std::optional<HttpRequest> ReadHttpRequest(SOCKET client, const std::atomic<bool
     HttpRequest request;
     ParseRequestLine(head.substr(0, lineEnd), request);
     request.contentType = std::string(HeaderValue(headers, "Content-Type").value_or(""));
+    request.cookie = std::string(HeaderValue(headers, "Cookie").value_or(""));
     const auto lengthHeader = HeaderValue(headers, "Content-Length");
     if (!lengthHeader) {
         request.problem = "no Content-Length header";

@@ -10,6 +10,7 @@ struct HttpRequest {
     std::string method;
     std::string path;
     std::string contentType;
+    std::string cookie;
     std::string body;
     // Why the request cannot carry a report whatever its body says (no or a
     // bad Content-Length, a body too long to read); empty otherwise.

@@ -13,6 +13,12 @@ const char* ReasonPhrase(int status) {
     switch (status) {
         case 200: return "OK";
         case 204: return "No Content";
+        case 301: return "Moved Permanently";
+        case 302: return "Found";
+        case 303: return "See Other";
+        case 307: return "Temporary Redirect";
+        case 308: return "Permanent Redirect";
+        case 401: return "Unauthorized";
         case 400: return "Bad Request";
         case 404: return "Not Found";
         case 500: return "Internal Server Error";
@@ -23,8 +29,9 @@ const char* ReasonPhrase(int status) {
 
 // The text that goes back with a status: the problem of a rejected request
 // helps whoever reads the client's log.
-std::string Response(int status, const std::string& text) {
+std::string Response(int status, const std::string& header, const std::string& text) {
     std::string response = "HTTP/1.1 " + std::to_string(status) + " " + ReasonPhrase(status) + "\r\n";
+    if (!header.empty()) response += header + "\r\n";
     if (status != 204 && status != 304) {
         response += "Content-Type: text/plain; charset=utf-8\r\nContent-Length: " + std::to_string(text.size()) +
                     "\r\n";
@@ -75,7 +82,12 @@ void LoopbackCollector::AnswerWith(int status) {
 
 void LoopbackCollector::QueueAnswer(Answer answer) {
     std::lock_guard lock(mutex_);
-    queued_.push_back(answer);
+    queued_.push_back(std::move(answer));
+}
+
+void LoopbackCollector::AnswerOthersWith(int status) {
+    std::lock_guard lock(mutex_);
+    othersStatus_ = status;
 }
 
 std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Received() const {
@@ -150,16 +162,16 @@ void LoopbackCollector::Serve(const UniqueSocket& client) {
     Answer answer;
     {
         std::lock_guard lock(mutex_);
-        answer = problem.empty() ? NextAnswer() : Answer::Now(400);
+        answer = problem.empty() ? NextAnswer() : Answer::Now(othersStatus_);
         index = received_.size();
-        received_.push_back({request->method, request->path, request->contentType, request->body, problem, answer,
-                             false, report.message});
+        received_.push_back({request->method, request->path, request->contentType, request->cookie, request->body,
+                             problem, answer, false, report.message});
     }
     changed_.notify_all();
 
     if (answer.kind == Answer::Kind::Drop) return;
     if (answer.kind == Answer::Kind::Late && !WaitLate(answer.delayMs)) return;
-    const bool sent = SendAll(client.get(), Response(answer.status, problem.empty() ? "ok" : problem));
+    const bool sent = SendAll(client.get(), Response(answer.status, answer.header, problem.empty() ? "ok" : problem));
     shutdown(client.get(), SD_SEND);
     {
         std::lock_guard lock(mutex_);

@@ -2,8 +2,8 @@
 // A telemetry collector on 127.0.0.1 for tests, tools and the demo. Each
 // connection carries one POST of a report to /collect; the collector answers
 // it as planned and records it. Requests that are not a POST to /collect with
-// a well-formed report are answered 400 at once and never take a planned
-// answer, so a plan scripts the answers to reports only.
+// a well-formed report are answered 400 at once (or as AnswerOthersWith says)
+// and never take a planned answer, so a plan scripts the answers to reports only.
 #include <json/value.h>
 
 #include <atomic>
@@ -15,6 +15,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 class UniqueSocket;
@@ -31,8 +32,10 @@ public:
         Kind kind = Kind::Status;
         int status = 200;
         unsigned delayMs = 0;
+        std::string header;  // one more header line, e.g. "Location: /moved"
 
         static Answer Now(int status) { return {Kind::Status, status, 0}; }
+        static Answer WithHeader(int status, std::string header) { return {Kind::Status, status, 0, std::move(header)}; }
         static Answer After(unsigned delayMs, int status = 200) { return {Kind::Late, status, delayMs}; }
         static Answer Dropped() { return {Kind::Drop, 0, 0}; }
     };
@@ -41,6 +44,7 @@ public:
         std::string method;
         std::string path;
         std::string contentType;
+        std::string cookie;  // the Cookie header
         std::string body;
         std::string problem;  // empty when the request is a POST to /collect with a well-formed report
         Answer answer;        // what the collector does with it
@@ -64,6 +68,8 @@ public:
     void AnswerWith(int status);
     // Answers to the next reports, in the order they arrive.
     void QueueAnswer(Answer answer);
+    // The status of every request that is not a report, from now on (400 at first).
+    void AnswerOthersWith(int status);
 
     // Every request in arrival order, recorded as soon as it was read.
     std::vector<ReceivedReport> Received() const;
@@ -99,6 +105,7 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     int defaultStatus_ = 200;
+    int othersStatus_ = 400;
     std::deque<Answer> queued_;
     std::vector<ReceivedReport> received_;
 

@@ -33,6 +33,8 @@ void CheckNotificationPackage(CheckLines& lines);
 // The experiment switches and the push-box mode, as the module reads them.
 void CheckHostConfiguration(CheckLines& lines);
 void CheckOsBuild(CheckLines& lines);
+// The user's notification setting for the push box's identity (ToastNotifier.Setting).
+void CheckNotificationSetting(CheckLines& lines);
 void CheckReportQueue(CheckLines& lines);
 
 // "OK   <check>: <detail>", "FAIL <check>: <detail>" or "INFO <check>: <detail>".
