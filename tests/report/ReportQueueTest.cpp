@@ -146,9 +146,11 @@ TEST_F(ReportQueue, EachFileIsClaimedByExactlyOneOfTwoRacingProcesses) {
     TempFolder work;
     const std::wstring event = L"orvale-claim-race-" + FreshGuidText();
     const UniqueHandle start(CreateEventW(nullptr, TRUE, FALSE, event.c_str()));
+    const UniqueHandle listed(CreateSemaphoreW(nullptr, 0, 2, (event + L"-listed").c_str()));
     const UniqueHandle first = StartRacer(folder, work / L"first.txt", event, work / L"first.log");
     const UniqueHandle second = StartRacer(folder, work / L"second.txt", event, work / L"second.log");
-    Sleep(300);
+    ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(listed.get(), 30000));
+    ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(listed.get(), 30000));
     SetEvent(start.get());
     ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(first.get(), 30000));
     ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(second.get(), 30000));
