@@ -5,9 +5,12 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 
 #include "AsyncWait.h"
+#include "BareHttp.h"
+#include "BareReportFiles.h"
 #include "BenchEnvironment.h"
 #include "LoopbackCollector.h"
 #include "QuorvelBuildSettings.h"
@@ -96,6 +99,40 @@ std::size_t FilesIn(const std::wstring& folder) {
     return static_cast<std::size_t>(std::distance(begin(files), end(files)));
 }
 
+// The same work as RunLocalReportPath with bare calls.
+void RunBareReportPath(const std::wstring& folder, const std::string& body) {
+    const BareClaim claim = BareClaimAndRead(BareSave(folder, body));
+    if (claim.body != body) throw std::runtime_error("the bare report did not round-trip");
+    BareDelete(claim.path);
+}
+
+void BarePostOnce(unsigned short port, const std::string& request) {
+    if (BarePost(port, request) != 200) throw std::runtime_error("the bare POST was not answered 200");
+}
+
+// What the drain does for each queued report, with bare calls: claim, read,
+// decrypt, POST, delete; stops at the first POST not answered 200.
+void RunBareDrain(const std::wstring& folder, unsigned short port) {
+    for (const std::wstring& queued : BareQueuedFiles(folder)) {
+        const BareClaim claim = BareClaimAndRead(queued);
+        if (BarePost(port, ReportPostRequest(claim.body)) != 200) return;
+        BareDelete(claim.path);
+    }
+}
+
+// A folder holding a copy of `saved`; the drain's time without the copy.
+double TimeDrainOfCopy(const std::wstring& saved, const std::function<void(const std::wstring&)>& drain) {
+    const ScratchFolder queue(L"orvale-bench-drain");
+    CopyReports(saved, queue.path());
+    const double taken = SecondsOf([&] { drain(queue.path()); });
+    if (FilesIn(queue.path()) != 0) throw std::runtime_error("the drain left reports queued");
+    return taken;
+}
+
+std::string RatioText(const PairedSamples& samples, const char* against) {
+    return fmt::format("{:.2f}x {}", MedianOf(samples.ratio), against);
+}
+
 }  // namespace
 
 FigureRow MeasureReportPathAgainstPost(const BenchSettings& settings) {
@@ -114,6 +151,49 @@ FigureRow MeasureReportPathAgainstPost(const BenchSettings& settings) {
             fmt::format("{:.2f}x one POST", MedianOf(samples.ratio))};
 }
 
+FigureRow MeasureReportPathAgainstBare(const BenchSettings& settings) {
+    const ScratchFolder folder(L"orvale-bench-bare-path");
+    const std::string body = SampleBody();
+    RunLocalReportPath(folder.path(), body);
+    RunBareReportPath(folder.path(), body);
+    const PairedSamples samples = RepeatPaired(
+        settings.repetitions, [&] { return SecondsPerCall([&] { RunLocalReportPath(folder.path(), body); }); },
+        [&] { return SecondsPerCall([&] { RunBareReportPath(folder.path(), body); }); });
+    return {"report path without the POST, per report, against bare Win32 and CNG calls",
+            DurationText(MedianOf(samples.measured)), DurationText(MedianOf(samples.baseline)) + " bare",
+            RatioText(samples, "the bare sequence")};
+}
+
+FigureRow MeasurePostAgainstBare(const BenchSettings& settings) {
+    CollectorOnLoopback loopback;
+    const std::string body = SampleBody();
+    const std::string request = ReportPostRequest(body);
+    const unsigned short port = loopback.collector().Port();
+    PostOnce(loopback.url(), body);
+    BarePostOnce(port, request);
+    const PairedSamples samples = RepeatPaired(
+        settings.repetitions, [&] { return SecondsPerCall([&] { PostOnce(loopback.url(), body); }); },
+        [&] { return SecondsPerCall([&] { BarePostOnce(port, request); }); });
+    return {fmt::format("loopback POST through the module ({}-byte request)", request.size()),
+            DurationText(MedianOf(samples.measured)),
+            DurationText(MedianOf(samples.baseline)) + " bare Winsock POST, same collector",
+            RatioText(samples, "the bare POST")};
+}
+
+FigureRow MeasureCollectorAgainstTrivialServer(const BenchSettings& settings) {
+    LoopbackCollector collector;
+    const TrivialHttpServer trivial;
+    const std::string request = ReportPostRequest(SampleBody());
+    BarePostOnce(collector.Port(), request);
+    BarePostOnce(trivial.Port(), request);
+    const PairedSamples samples = RepeatPaired(
+        settings.repetitions, [&] { return SecondsPerCall([&] { BarePostOnce(collector.Port(), request); }); },
+        [&] { return SecondsPerCall([&] { BarePostOnce(trivial.Port(), request); }); });
+    return {"bare Winsock POST to the loopback collector", DurationText(MedianOf(samples.measured)),
+            DurationText(MedianOf(samples.baseline)) + " to a trivial server",
+            RatioText(samples, "the trivial server")};
+}
+
 FigureRow MeasureDrainThroughput(const BenchSettings& settings) {
     CollectorOnLoopback loopback;
     const ScratchFolder saved(L"orvale-bench-queue");
@@ -123,15 +203,20 @@ FigureRow MeasureDrainThroughput(const BenchSettings& settings) {
     }
     if (FilesIn(saved.path()) != kDrainReports) throw std::runtime_error("the queue is not complete");
 
-    const double seconds = MedianOf(Repeat(settings.slowRepetitions, [&] {
-        const ScratchFolder queue(L"orvale-bench-drain");
-        CopyReports(saved.path(), queue.path());
-        const double taken = SecondsOf([&] { quorvel::UploadPendingReports(queue.path(), loopback.url(), kDeviceId); });
-        if (FilesIn(queue.path()) != 0) throw std::runtime_error("the drain left reports queued");
-        return taken;
-    }));
-    return {fmt::format("queue drain of {} reports", kDrainReports), DurationText(seconds), "-",
-            fmt::format("{:.0f} reports/s", kDrainReports / seconds)};
+    const unsigned short port = loopback.collector().Port();
+    const PairedSamples samples = RepeatPaired(
+        settings.slowRepetitions,
+        [&] {
+            return TimeDrainOfCopy(saved.path(), [&](const std::wstring& queue) {
+                quorvel::UploadPendingReports(queue, loopback.url(), kDeviceId);
+            });
+        },
+        [&] { return TimeDrainOfCopy(saved.path(), [&](const std::wstring& queue) { RunBareDrain(queue, port); }); });
+    const double seconds = MedianOf(samples.measured);
+    const double bareSeconds = MedianOf(samples.baseline);
+    return {fmt::format("queue drain of {} reports", kDrainReports), DurationText(seconds),
+            fmt::format("{} bare loop ({:.0f} reports/s)", DurationText(bareSeconds), kDrainReports / bareSeconds),
+            fmt::format("{:.0f} reports/s, {}", kDrainReports / seconds, RatioText(samples, "the bare loop"))};
 }
 
 FigureRow MeasurePostTimeoutOvershoot(const BenchSettings& settings) {

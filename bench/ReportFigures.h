@@ -7,7 +7,20 @@
 // delete) set against one POST of the same body.
 FigureRow MeasureReportPathAgainstPost(const BenchSettings& settings);
 
-// Reports per second that the queue drain posts from a folder of 1,000.
+// The same local part set against bare Win32 file calls and CNG calls doing
+// the same work.
+FigureRow MeasureReportPathAgainstBare(const BenchSettings& settings);
+
+// One POST through the module set against a bare Winsock POST of the same
+// request to the same collector.
+FigureRow MeasurePostAgainstBare(const BenchSettings& settings);
+
+// A bare Winsock POST to the loopback collector set against the same POST to
+// a trivial server.
+FigureRow MeasureCollectorAgainstTrivialServer(const BenchSettings& settings);
+
+// Reports per second that the queue drain posts from a folder of 1,000, set
+// against a bare loop of the same file, CNG and socket calls.
 FigureRow MeasureDrainThroughput(const BenchSettings& settings);
 
 // How far one POST to a collector that answers too late runs past the

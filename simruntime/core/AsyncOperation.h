@@ -1,6 +1,6 @@
 #pragma once
 // Asynchronous operations that behave as the platform's do: the completion
-// handler is called exactly once, on another thread, after the planned delay;
+// handler is called exactly once, on a thread of the pool, after the planned delay;
 // a handler set after the end is called at once; Cancel ends a running
 // operation as Canceled. The plan is given explicitly, so the template also
 // serves tests that run without the DLL.
@@ -15,10 +15,10 @@
 
 #include "AbiValue.h"
 #include "ComPtr.h"
-#include "DetachedThread.h"
 #include "Foundation.h"
 #include "RuntimeError.h"
 #include "SimObject.h"
+#include "ThreadPool.h"
 
 namespace sim {
 
@@ -55,8 +55,8 @@ public:
 
     void start() {
         if (plan_.outcome == rt::AsyncStatus::Started) return;
-        run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
-            Sleep(self->plan_.delay_ms);
+        run_on_pool([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
+            if (self->plan_.delay_ms != 0) Sleep(self->plan_.delay_ms);
             self->run_to_end();
         });
     }
@@ -77,7 +77,7 @@ public:
             std::lock_guard lock(mutex_);
             if (closed_) return rt::hresults::illegal_method_call;
         }
-        run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
+        run_on_pool([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this))] {
             Sleep(self->plan_.cancel_delay_ms);
             self->cancel_now();
         });
@@ -148,7 +148,7 @@ private:
             handler = std::move(completedHandler_);
         }
         if (handler) {
-            run_detached([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
+            run_on_pool([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
                 handler->Invoke(self.get(), rt::AsyncStatus::Canceled);
             });
         }

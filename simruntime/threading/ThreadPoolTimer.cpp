@@ -1,6 +1,7 @@
 // Windows.System.Threading.ThreadPoolTimer, which Wine does not provide:
-// one-shot timers whose handler runs once, on a thread of its own, after the
-// delay, unless Cancel came first.
+// one-shot timers whose handler runs once, on a thread of the process's
+// pool, after the delay, unless Cancel came first. A pool timer is made and
+// cancelled without a server round trip, where a thread per timer cost two.
 #include <windows.h>
 
 #include <algorithm>
@@ -11,26 +12,21 @@
 
 #include "ClassNames.h"
 #include "ClassTable.h"
-#include "DetachedThread.h"
+#include "RuntimeError.h"
 #include "SimCall.h"
 #include "SimMethods.h"
 #include "SimObject.h"
 #include "Threading.h"
-#include "UniqueHandle.h"
 
 namespace {
 
-// Rounded up: a timer never fires early.
-DWORD wait_milliseconds(const rt::TimeSpan& delay) {
-    if (delay.Duration <= 0) return 0;
-    const std::int64_t milliseconds = (delay.Duration + 9999) / 10000;
-    return static_cast<DWORD>(std::min<std::int64_t>(milliseconds, INFINITE - 1));
-}
-
-UniqueHandle create_manual_reset_event() {
-    UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!event.valid()) throw rt::hresult_error(HRESULT_FROM_WIN32(GetLastError()));
-    return event;
+// Rounded up to milliseconds, so a timer never fires early; as a due time
+// relative to now (negative, in 100-ns units).
+FILETIME relative_due_time(const rt::TimeSpan& delay) {
+    const std::int64_t milliseconds = delay.Duration <= 0 ? 0 : (delay.Duration + 9999) / 10000;
+    ULARGE_INTEGER due;
+    due.QuadPart = static_cast<ULONGLONG>(-std::min<std::int64_t>(milliseconds, INT64_MAX / 10000) * 10000);
+    return {due.LowPart, due.HighPart};
 }
 
 class one_shot_timer final : public sim::object<one_shot_timer, rt::IThreadPoolTimer> {
@@ -38,10 +34,27 @@ public:
     static constexpr const wchar_t* runtime_class_name = rt::class_name::ThreadPoolTimer;
 
     one_shot_timer(rt::com_ptr<rt::TimerElapsedHandler> handler, rt::TimeSpan delay)
-        : handler_(std::move(handler)), delay_(delay), cancelled_(create_manual_reset_event()) {}
+        : handler_(std::move(handler)), delay_(delay), timer_(CreateThreadpoolTimer(&elapsed, this, nullptr)) {
+        if (!timer_) throw rt::hresult_error(HRESULT_FROM_WIN32(GetLastError()));
+    }
 
+    // No callback outlives the object: a queued one is dropped, a running one
+    // is waited for unless it is the one releasing the object.
+    ~one_shot_timer() override {
+        SetThreadpoolTimer(timer_, nullptr, 0, 0);
+        WaitForThreadpoolTimerCallbacks(timer_, TRUE);
+        CloseThreadpoolTimer(timer_);
+    }
+
+    // A pending timer keeps itself alive, as the platform's does when its
+    // caller lets go of it.
     void start() {
-        sim::run_detached([self = rt::com_ptr<one_shot_timer>::copy_from(this)] { self->wait_and_fire(); });
+        {
+            std::lock_guard lock(mutex_);
+            pending_ = rt::com_ptr<one_shot_timer>::copy_from(this);
+        }
+        FILETIME due = relative_due_time(delay_);
+        SetThreadpoolTimer(timer_, &due, 0, 0);
     }
 
     HRESULT STDMETHODCALLTYPE get_Period(rt::TimeSpan* value) override {
@@ -57,29 +70,37 @@ public:
     HRESULT STDMETHODCALLTYPE Cancel() override {
         return sim::run_call(L"ThreadPoolTimer.Cancel", L"", [&] {
             rt::com_ptr<rt::TimerElapsedHandler> dropped;
+            rt::com_ptr<one_shot_timer> pending;
             {
                 std::lock_guard lock(mutex_);
                 dropped = std::move(handler_);
+                pending = std::move(pending_);
             }
-            SetEvent(cancelled_.get());
+            SetThreadpoolTimer(timer_, nullptr, 0, 0);
         });
     }
 
 private:
-    void wait_and_fire() {
-        if (WaitForSingleObject(cancelled_.get(), wait_milliseconds(delay_)) != WAIT_TIMEOUT) return;
+    static void CALLBACK elapsed(PTP_CALLBACK_INSTANCE instance, void* context, PTP_TIMER) {
+        auto* timer = static_cast<one_shot_timer*>(context);
         rt::com_ptr<rt::TimerElapsedHandler> handler;
+        rt::com_ptr<one_shot_timer> self;
         {
-            std::lock_guard lock(mutex_);
-            handler = std::move(handler_);
+            std::lock_guard lock(timer->mutex_);
+            handler = std::move(timer->handler_);
+            self = std::move(timer->pending_);
         }
-        if (handler) handler->Invoke(this);
+        // From here on the object is reached through `self` only, and its
+        // destructor, which may run at the end of this callback, must not wait for it.
+        DisassociateCurrentThreadFromCallback(instance);
+        if (handler) handler->Invoke(self.get());
     }
 
     std::mutex mutex_;
     rt::com_ptr<rt::TimerElapsedHandler> handler_;
+    rt::com_ptr<one_shot_timer> pending_;
     const rt::TimeSpan delay_;
-    const UniqueHandle cancelled_;
+    const PTP_TIMER timer_;
 };
 
 class thread_pool_timer_factory final

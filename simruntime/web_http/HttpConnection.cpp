@@ -71,16 +71,24 @@ private:
     SOCKET socket_;
 };
 
+// The request goes out in one send and the answer is awaited at once: with
+// Nagle's delay a small request may wait for the acknowledgement of the last one.
+void send_without_delay(SOCKET socket) {
+    const BOOL noDelay = TRUE;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&noDelay), sizeof(noDelay));
+}
+
 // A non-blocking socket. Each operation is tried first and waited for only
 // when it would block, so network events a wait passes over are never lost.
 class abortable_socket {
 public:
     abortable_socket(const ADDRINFOW& address, const abort_signal& abort)
         : socket_(socket(address.ai_family, address.ai_socktype, address.ai_protocol)), abort_(abort) {
-        if (socket_.valid() &&
-            WSAEventSelect(socket_.get(), event_.get(), FD_CONNECT | FD_READ | FD_WRITE | FD_CLOSE) != 0) {
+        if (!socket_.valid()) return;
+        if (WSAEventSelect(socket_.get(), event_.get(), FD_CONNECT | FD_READ | FD_WRITE | FD_CLOSE) != 0) {
             fail(HRESULT_FROM_WIN32(WSAGetLastError()));
         }
+        send_without_delay(socket_.get());
     }
 
     // False when this address refuses or cannot be reached.

@@ -308,16 +308,20 @@ public:
             if (!Run(GeneratedCase(surface_, seed, i), true, Label("generated", seed, i))) return;
             if (HandleCountDue(i) && !HandlesKept(Label("generated", seed, i))) return;
             if ((i + 1) % kCasesPerProgressLine == 0) {
-                std::printf("[fuzz] %s: %llu of %llu cases, %.0f s\n", surface_.name, static_cast<unsigned long long>(i + 1),
-                            static_cast<unsigned long long>(cases), SecondsSince(started));
+                const double seconds = SecondsSince(started);
+                std::printf("[fuzz] %s: %llu of %llu cases, %.0f s, %.0f cases/s\n", surface_.name,
+                            static_cast<unsigned long long>(i + 1), static_cast<unsigned long long>(cases), seconds,
+                            (i + 1) / seconds);
                 std::fflush(stdout);
             }
         }
         if (!HandlesKept("the last case")) return;
+        const double seconds = SecondsSince(started);
         std::printf("[fuzz] %s: seed %llu, %zu corpus cases, %llu generated cases, handles %ld after warm-up, "
-                    "at most %ld, %.1f s\n",
+                    "at most %ld, %.1f s, %.0f cases/s\n",
                     surface_.name, static_cast<unsigned long long>(seed), files.size(),
-                    static_cast<unsigned long long>(cases), baseline_, maxHandles_, SecondsSince(started));
+                    static_cast<unsigned long long>(cases), baseline_, maxHandles_, seconds,
+                    (files.size() + cases) / seconds);
     }
 
 private:

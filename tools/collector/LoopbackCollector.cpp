@@ -1,7 +1,12 @@
 #include "LoopbackCollector.h"
 
+#include <winsock2.h>
+
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <optional>
+#include <utility>
 
 #include "HttpRequest.h"
 #include "LoopbackSocket.h"
@@ -68,7 +73,8 @@ LoopbackCollector::~LoopbackCollector() {
     }
     changed_.notify_all();
     acceptThread_.join();
-    for (auto& connection : connections_) connection.thread.join();
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return serving_ == 0; });
 }
 
 std::wstring LoopbackCollector::HostMapping(const std::wstring& hostName) const {
@@ -130,26 +136,44 @@ size_t LoopbackCollector::AcceptedCount() const {
 void LoopbackCollector::AcceptConnections() {
     while (WaitReadable(listener_->get(), stopping_)) {
         UniqueSocket client(accept(listener_->get(), nullptr, nullptr));
-        JoinFinishedConnections();
-        if (!client.valid()) continue;
-        Connection& connection = connections_.emplace_back();
-        connection.thread = std::thread([this, &connection, client = std::move(client)] {
-            Serve(client);
-            connection.finished = true;
-        });
+        if (client.valid()) ServeOnPool(std::move(client));
     }
 }
 
-// A collector that runs for hours must not keep a thread object per report.
-void LoopbackCollector::JoinFinishedConnections() {
-    for (auto it = connections_.begin(); it != connections_.end();) {
-        if (!it->finished) {
-            ++it;
-            continue;
-        }
-        it->thread.join();
-        it = connections_.erase(it);
+namespace {
+
+void CALLBACK RunPooledWork(PTP_CALLBACK_INSTANCE, void* context) {
+    const std::unique_ptr<std::function<void()>> work(static_cast<std::function<void()>*>(context));
+    (*work)();
+}
+
+}  // namespace
+
+void LoopbackCollector::ServeOnPool(UniqueSocket client) {
+    {
+        std::lock_guard lock(mutex_);
+        ++serving_;
     }
+    auto socket = std::make_shared<UniqueSocket>(std::move(client));
+    auto work = std::make_unique<std::function<void()>>([this, socket] {
+        Serve(*socket);
+        socket->reset();
+        ConnectionDone();
+    });
+    if (TrySubmitThreadpoolCallback(&RunPooledWork, work.get(), nullptr)) {
+        work.release();  // the callback owns it now
+        return;
+    }
+    // No pool thread to be had: the connection closes unanswered, as a collector out of threads would.
+    ConnectionDone();
+}
+
+// The last thing a connection does: the destructor waits for it, and it
+// notifies under the lock, since once the lock is let go the collector may be gone.
+void LoopbackCollector::ConnectionDone() {
+    std::lock_guard lock(mutex_);
+    --serving_;
+    changed_.notify_all();
 }
 
 void LoopbackCollector::Serve(const UniqueSocket& client) {
