@@ -138,9 +138,8 @@ TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameWithoutInstallDirec
     // be leaving the module's code when the call returns.
     const HMODULE module = LoadLibraryW((BinaryFolder() + L"\\NotificationAPI.dll").c_str());
     ASSERT_NE(nullptr, module);
-    using RegisterFn = bool (*)();
-    const auto registerTasks =
-        reinterpret_cast<RegisterFn>(reinterpret_cast<void*>(GetProcAddress(module, "?RegisterBackgroundTask@@YA_NXZ")));
+    const auto registerTasks = reinterpret_cast<RegisterBackgroundTaskFn>(
+        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_REGISTER_BACKGROUND_TASK_EXPORT)));
     ASSERT_NE(nullptr, registerTasks);
     EXPECT_TRUE(registerTasks());
     EXPECT_EQ(std::vector<std::string>{"orvale-notification:?action=register-background-task&run_wns_request=1"},
