@@ -63,21 +63,19 @@ typedef bool (*GetInstalledNotificationPackageVersionFn)(wchar_t*, uint32_t);
 #define NOTIFICATIONAPI_PUSH_BOX_EXPORT "NotificationSetToPushBox"
 #define NOTIFICATIONAPI_PUSH_BOX_WITH_TAG_EXPORT "NotificationSetToPushBoxWithTag"
 #define NOTIFICATIONAPI_PACKAGE_VERSION_EXPORT "GetInstalledNotificationPackageVersion"
-/* C++ only, exported under the name MSVC gives `bool RegisterBackgroundTask()`;
- * C clients reach it with GetProcAddress under this name as a RegisterBackgroundTaskFn. */
+/* Exported under the name MSVC gives `bool RegisterBackgroundTask()`; C and MinGW
+ * clients reach it with GetProcAddress under this name as a RegisterBackgroundTaskFn. */
 #define NOTIFICATIONAPI_REGISTER_BACKGROUND_TASK_EXPORT "?RegisterBackgroundTask@@YA_NXZ"
 typedef bool (*RegisterBackgroundTaskFn)(void);
 
-#ifdef __cplusplus
 /* Asks the notification package to register the background tasks the client's
  * experiments want; true when none is wanted or the package was activated.
- * MinGW builds export it through a module-definition file, which also gives
- * MinGW clients' import library the GCC name of this declaration. */
-#if defined(NOTIFICATIONAPI_BUILDING) && !defined(_MSC_VER)
-bool RegisterBackgroundTask();
-#else
+ * Linked by MSVC clients; MinGW builds of the module export it through a
+ * module-definition file, and MinGW clients look it up by name. */
+#if defined(__cplusplus) && defined(_MSC_VER)
 NOTIFICATIONAPI_API bool RegisterBackgroundTask();
-#endif
+#elif defined(__cplusplus) && defined(NOTIFICATIONAPI_BUILDING)
+bool RegisterBackgroundTask();
 #endif
 
 #endif /* NOTIFICATIONAPI_H */
