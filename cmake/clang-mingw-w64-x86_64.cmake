@@ -28,7 +28,8 @@ set(CMAKE_CXX_FLAGS_INIT
 string(APPEND CMAKE_C_FLAGS_INIT " -femulated-tls")
 string(APPEND CMAKE_CXX_FLAGS_INIT " -femulated-tls")
 foreach(kind EXE SHARED MODULE)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -L${gcc_dir}")
+  # The C++ header flags above reach the link line too, where they mean nothing.
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -L${gcc_dir} -Wno-unused-command-line-argument")
 endforeach()
 set(CMAKE_C_STANDARD_LIBRARIES "-lpthread" CACHE STRING "")
 set(CMAKE_CXX_STANDARD_LIBRARIES "-lpthread" CACHE STRING "")
