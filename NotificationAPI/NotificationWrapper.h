@@ -67,6 +67,7 @@ public:
     // process unloads its modules.
     static notification& instance();
 
+    ~notification() = default;
     notification(const notification&) = delete;
     notification& operator=(const notification&) = delete;
 
@@ -134,7 +135,9 @@ template <class Deliver>
 void notification::deliver_once(int64_t id, Deliver&& deliver) {
     auto claimed = take(id);
     if (!claimed) return;
-    struct revoke_on_exit {
+    // A scope guard of this function alone, never copied (an aggregate, so no
+    // deleted copy operations).
+    struct revoke_on_exit {  // NOLINT(cppcoreguidelines-special-member-functions)
         entry& gone;
         ~revoke_on_exit() { revoke(gone); }
     } revocation{claimed.mapped()};
