@@ -93,7 +93,7 @@ std::wstring ConfigFilePathOfProcess() {
 }
 
 struct FileCloser {
-    void operator()(FILE* file) const { fclose(file); }
+    void operator()(FILE* file) const { (void)fclose(file); }  // a file only read: nothing to lose
 };
 
 // Empty when the file cannot be opened.

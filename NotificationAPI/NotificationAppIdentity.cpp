@@ -53,7 +53,7 @@ long write_app_id_key(const std::wstring& display_name, const std::wstring& app_
 
 std::wstring write_notify_icon() {
     const std::wstring folder = JoinPath(GetAppDataPath(), L"Notification\\");
-    const std::wstring path = JoinPath(folder, L"notify.ico");
+    std::wstring path = JoinPath(folder, L"notify.ico");
     SHCreateDirectoryExW(nullptr, folder.c_str(), nullptr);
 
     // The host executable carries the icon, deliberately not this module.

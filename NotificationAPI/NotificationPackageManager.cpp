@@ -34,7 +34,7 @@ rt::com_ptr<rt::IUriRuntimeClass> CreateUri(const std::wstring& text) {
 }
 
 rt::com_ptr<rt::IAddPackageOptions> CreateForcedAddOptions() {
-    const auto options = rt::activate_instance<rt::IAddPackageOptions>(rt::class_name::AddPackageOptions);
+    auto options = rt::activate_instance<rt::IAddPackageOptions>(rt::class_name::AddPackageOptions);
     rt::check(options->put_ForceUpdateFromAnyVersion(true));
     rt::check(options->put_ForceAppShutdown(true));
     rt::check(options->put_ForceTargetAppShutdown(true));

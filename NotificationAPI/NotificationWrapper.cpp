@@ -180,7 +180,7 @@ void notification::remove(int64_t id) {
     if (removed) revoke(removed.mapped());
 }
 
-int64_t notification::show_impl(const notification_template& toast, mono_notification_handler_t handler,
+int64_t notification::show_impl(const notification_template& toast, const mono_notification_handler_t& handler,
                                 notification_error* error) {
     auto report = [error](notification_error value) {
         if (error != nullptr) *error = value;

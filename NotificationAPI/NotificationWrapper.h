@@ -67,12 +67,16 @@ public:
     // process unloads its modules.
     static notification& instance();
 
+    ~notification() = default;
     notification(const notification&) = delete;
     notification& operator=(const notification&) = delete;
 
     // Set by the push box; read by show, on any client thread.
+    // NOLINTBEGIN(cppcoreguidelines-non-private-member-variables-in-classes): the
+    // notifier's two flags as the push box knows them; atomics, safe from any thread.
     std::atomic<bool> initialised{false};
     std::atomic<bool> attribution_enabled{false};
+    // NOLINTEND(cppcoreguidelines-non-private-member-variables-in-classes)
 
     // The identity toasts appear under; push boxes on several client threads
     // set it while others show.
@@ -81,7 +85,7 @@ public:
 
     // The notification id, or -1 with `error` set (error may be null).
     // Windows Runtime failures are thrown as rt::hresult_error.
-    int64_t show_impl(const notification_template& toast, mono_notification_handler_t handler,
+    int64_t show_impl(const notification_template& toast, const mono_notification_handler_t& handler,
                       notification_error* error);
 
     template <typename F>
@@ -131,7 +135,9 @@ template <class Deliver>
 void notification::deliver_once(int64_t id, Deliver&& deliver) {
     auto claimed = take(id);
     if (!claimed) return;
-    struct revoke_on_exit {
+    // A scope guard of this function alone, never copied (an aggregate, so no
+    // deleted copy operations).
+    struct revoke_on_exit {  // NOLINT(cppcoreguidelines-special-member-functions)
         entry& gone;
         ~revoke_on_exit() { revoke(gone); }
     } revocation{claimed.mapped()};

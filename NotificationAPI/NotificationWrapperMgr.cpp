@@ -30,7 +30,7 @@ std::wstring TempImagePath() {
     wchar_t folder[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, folder);
     wchar_t name[32] = {};
-    swprintf(name, 32, L"notif_%u.jpg", static_cast<unsigned>(GetTickCount()));
+    (void)swprintf(name, 32, L"notif_%u.jpg", static_cast<unsigned>(GetTickCount()));  // ten digits at most
     wchar_t path[MAX_PATH] = {};
     PathCombineW(path, folder, name);
     return path;
@@ -71,7 +71,7 @@ std::wstring DownloadIfHttp(const std::wstring& image_url) {
     }
     // The files stay behind: the notification centre may show the toast long
     // after this call, and the temporary folder is the system's to clean.
-    const std::wstring path = TempImagePath();
+    std::wstring path = TempImagePath();
     const HRESULT hr = URLDownloadToFileW(nullptr, image_url.c_str(), path.c_str(), 0, nullptr);
     if (FAILED(hr)) {
         HOST_LOG_INFO(kDownloadFunction, L"[{}][NotificationAPIDLL] download failed, hr = 0x{:x}, url = {}",

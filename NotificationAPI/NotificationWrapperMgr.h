@@ -2,16 +2,11 @@
 // The push box: a message put into the notification centre without a banner.
 #include <string>
 
+#include "NotificationAPI.h"
+
 // The application identity push boxes are shown under.
 inline constexpr wchar_t kPushBoxDisplayName[] = L"Malvorn Video";
 inline constexpr wchar_t kPushBoxAppId[] = L"MalvornVideo.Orvale.v1";
-
-// Both take null pointers as empty strings; true when the toast was shown.
-extern "C" __declspec(dllexport) bool NotificationSetToPushBox(const wchar_t* title, const wchar_t* content,
-                                                               const wchar_t* image_url, const wchar_t* launch_args);
-extern "C" __declspec(dllexport) bool NotificationSetToPushBoxWithTag(const wchar_t* title, const wchar_t* content,
-                                                                      const wchar_t* image_url,
-                                                                      const wchar_t* launch_args, const wchar_t* tag);
 
 bool NotificationSetToPushBoxImpl(const wchar_t* title, const wchar_t* content, const wchar_t* image_url,
                                   const wchar_t* launch_args, const wchar_t* tag);

@@ -120,8 +120,7 @@ std::string QueryInstalledNotificationPackageVersionString() {
     }
 }
 
-extern "C" __declspec(dllexport) bool GetInstalledNotificationPackageVersion(wchar_t* buffer,
-                                                                             std::uint32_t bufferLength) {
+extern "C" bool GetInstalledNotificationPackageVersion(wchar_t* buffer, std::uint32_t bufferLength) {
     if (buffer == nullptr || bufferLength == 0) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return false;

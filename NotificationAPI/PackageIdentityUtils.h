@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "ApplicationModel.h"
+#include "NotificationAPI.h"
 #include "ComPtr.h"
 #include "Deployment.h"
 
@@ -35,8 +36,3 @@ std::optional<rt::PackageVersion> QueryInstalledNotificationPackageVersion();
 
 // "Major.Minor.Build.Revision", empty when nothing is registered.
 std::string QueryInstalledNotificationPackageVersionString();
-
-// For other components of the host product. `bufferLength` counts characters,
-// terminator included. Failure: false, with last error 87 (no buffer) or 122
-// (too small); a package that is not registered leaves the last error alone.
-extern "C" __declspec(dllexport) bool GetInstalledNotificationPackageVersion(wchar_t* buffer, std::uint32_t bufferLength);

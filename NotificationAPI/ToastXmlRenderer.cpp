@@ -106,7 +106,7 @@ com_ptr<IXmlElement> actions_element(const toast_document& document) {
 
 std::wstring button_arguments(size_t index) {
     wchar_t text[32];
-    swprintf(text, std::size(text), L"%zd", index);
+    (void)swprintf(text, std::size(text), L"%zd", index);  // 32 characters hold any size_t
     return text;
 }
 

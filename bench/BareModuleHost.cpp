@@ -2,12 +2,9 @@
 // its entry exactly as OrvaleHost.exe does, then returns without calling it.
 #include <windows.h>
 
-#include "ModuleExport.h"
-
-namespace {
-using EntryFn = void (*)(HINSTANCE, HINSTANCE, LPWSTR, int);
-}  // namespace
+#include "ModuleLoader.h"
+#include "NotificationAPI.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
-    return FindModuleExport<EntryFn>("Orvale_LoadModule_WinMain") == nullptr ? 2 : 0;
+    return FindModuleExport<OrvaleLoadModuleWinMainFn>(NOTIFICATIONAPI_ENTRY_EXPORT) == nullptr ? 2 : 0;
 }

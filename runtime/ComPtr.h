@@ -12,8 +12,9 @@
 
 namespace rt {
 
+// Its assignment takes its argument by value: the copy and the move assignment in one.
 template <class T>
-class com_ptr {
+class com_ptr {  // NOLINT(cppcoreguidelines-special-member-functions)
 public:
     com_ptr() noexcept = default;
     com_ptr(std::nullptr_t) noexcept {}

@@ -190,7 +190,8 @@ public:
 
     // IAsyncOperation<T> / IAsyncAction
     HRESULT STDMETHODCALLTYPE put_Completed(completed_handler* handler) override {
-        AsyncStatus ended;
+        // Set under the lock below before its one use.
+        AsyncStatus ended;  // NOLINT(cppcoreguidelines-init-variables)
         {
             std::lock_guard lock(mutex_);
             if (closed_) return hresults::illegal_method_call;
@@ -234,7 +235,9 @@ public:
         return status_ == AsyncStatus::Canceled;
     }
     // The operation the coroutine waits for now, so Cancel reaches it.
-    void set_awaited(com_ptr<IAsyncInfo> awaited) {
+    // By value: callers hand over the temporary they just made. The copy kept
+    // below is a reference count, and Cancel still needs `awaited` afterwards.
+    void set_awaited(com_ptr<IAsyncInfo> awaited) {  // NOLINT(performance-unnecessary-value-param)
         bool cancelNow = false;
         {
             std::lock_guard lock(mutex_);
@@ -246,7 +249,8 @@ public:
     // The body has ended: the status is settled and the handler told.
     void finish() noexcept {
         com_ptr<completed_handler> handler;
-        AsyncStatus ended;
+        // Set under the lock below before its one use.
+        AsyncStatus ended;  // NOLINT(cppcoreguidelines-init-variables)
         {
             std::lock_guard lock(mutex_);
             awaited_ = nullptr;

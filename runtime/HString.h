@@ -20,7 +20,8 @@ inline std::wstring_view view_of(HSTRING text) noexcept {
 
 inline std::wstring to_wstring(HSTRING text) { return std::wstring(view_of(text)); }
 
-class hstring {
+// Its assignment takes its argument by value: the copy and the move assignment in one.
+class hstring {  // NOLINT(cppcoreguidelines-special-member-functions)
 public:
     hstring() noexcept = default;
     explicit hstring(std::wstring_view text) {

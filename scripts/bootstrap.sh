@@ -8,8 +8,10 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 deps="$root/build/_deps"
 stamp_dir="$deps/stamps"
 
+# clang, lld and clang-tidy: the second compiler (cmake/clang-mingw-w64-x86_64.cmake,
+# which uses GCC's libstdc++, so the libraries below serve both) and the analysis.
 need_pkgs=(g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix mingw-w64-tools
-           wine64 wine cmake ninja-build dpkg-dev python3 curl)
+           wine64 wine cmake ninja-build dpkg-dev python3 curl clang lld clang-tidy)
 
 missing=()
 for p in "${need_pkgs[@]}"; do

@@ -2,14 +2,11 @@
 // once with this process's loader arguments, as the client's host does.
 #include <windows.h>
 
-#include "ModuleExport.h"
-
-namespace {
-using EntryFn = void (*)(HINSTANCE, HINSTANCE, LPWSTR, int);
-}  // namespace
+#include "ModuleLoader.h"
+#include "NotificationAPI.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previousInstance, LPWSTR commandLine, int showCommand) {
-    auto entry = FindModuleExport<EntryFn>("Orvale_LoadModule_WinMain");
+    auto entry = FindModuleExport<OrvaleLoadModuleWinMainFn>(NOTIFICATIONAPI_ENTRY_EXPORT);
     if (entry == nullptr) return 2;
     entry(instance, previousInstance, commandLine, showCommand);
     return 0;

@@ -4,6 +4,8 @@
 // activates the package through its protocol, which registers them.
 #include <string>
 
+#include "NotificationAPI.h"
+
 // True when no registration is wanted or the package was activated; false
 // when the launch did not happen or anything failed. Never throws.
 bool RegisterBackgroundTaskImpl(const std::wstring& installDir);
@@ -11,12 +13,3 @@ bool RegisterBackgroundTaskImpl(const std::wstring& installDir);
 // Appends "&install_dir=" and the percent-encoded directory; nothing for an
 // empty one. Throws rt::hresult_error when the encoding fails.
 void AppendInstallDirParam(std::wstring& uri, const std::wstring& installDir);
-
-// The export for other components of the client, which import it by the
-// decorated name their compiler gives `bool RegisterBackgroundTask()`. MSVC
-// gives that name itself; MinGW builds export it through an alias in
-// RegisterBackgroundTask.def. No install directory is passed on.
-#if defined(_MSC_VER)
-__declspec(dllexport)
-#endif
-bool RegisterBackgroundTask();

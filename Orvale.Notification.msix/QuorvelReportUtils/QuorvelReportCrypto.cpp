@@ -55,7 +55,9 @@ bool Succeeded(NTSTATUS status) { return status >= 0; }
 bool OpenKey(AlgorithmProvider& provider, std::vector<UCHAR>& keyObject, SymmetricKey& key) {
     if (!Succeeded(BCryptOpenAlgorithmProvider(provider.put(), BCRYPT_AES_ALGORITHM, nullptr, 0))) return false;
     // The size counts the terminating zero.
+    // BCryptSetProperty takes its input as PUCHAR but only reads it.
     if (!Succeeded(BCryptSetProperty(provider.get(), BCRYPT_CHAINING_MODE,
+                                     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
                                      reinterpret_cast<PUCHAR>(const_cast<wchar_t*>(BCRYPT_CHAIN_MODE_CBC)),
                                      sizeof(BCRYPT_CHAIN_MODE_CBC), 0))) {
         return false;
@@ -86,7 +88,8 @@ std::optional<std::vector<std::uint8_t>> Transform(CngTransform transform, const
     SymmetricKey key;
     if (!OpenKey(provider, keyObject, key)) return std::nullopt;
 
-    auto* data = const_cast<PUCHAR>(input);
+    // BCryptEncrypt and BCryptDecrypt take their input as PUCHAR but only read it.
+    auto* data = const_cast<PUCHAR>(input);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
     const auto length = static_cast<ULONG>(inputLength);
     auto iv = build_settings::kReportIv;
     ULONG outputLength = 0;

@@ -82,7 +82,7 @@ std::wstring GetReportDirectory() {
         if (FAILED(SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, appData))) return {};
         const std::wstring company = std::wstring(appData) + L"\\Malvorn";
         const std::wstring product = company + L"\\Orvale";
-        const std::wstring reports = product + L"\\QuorvelCustomReport\\";
+        std::wstring reports = product + L"\\QuorvelCustomReport\\";
         CreateFolder(company);
         CreateFolder(product);
         CreateFolder(reports);

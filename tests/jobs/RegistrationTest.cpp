@@ -173,9 +173,8 @@ TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameAndMayUnloadTheModu
     sim_control::set_async_delay_ms(200);
     const HMODULE module = LoadLibraryW((BinaryFolder() + L"\\NotificationAPI.dll").c_str());
     ASSERT_NE(nullptr, module);
-    using RegisterFn = bool (*)();
-    const auto registerTasks =
-        reinterpret_cast<RegisterFn>(reinterpret_cast<void*>(GetProcAddress(module, "?RegisterBackgroundTask@@YA_NXZ")));
+    const auto registerTasks = reinterpret_cast<RegisterBackgroundTaskFn>(
+        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_REGISTER_BACKGROUND_TASK_EXPORT)));
     ASSERT_NE(nullptr, registerTasks);
     EXPECT_TRUE(registerTasks());
     FreeLibrary(module);

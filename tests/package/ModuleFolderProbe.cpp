@@ -6,9 +6,8 @@
 
 #include <cstdio>
 
+#include "NotificationAPI.h"
 #include "SimRuntimeControl.h"
-
-using Entry = void (*)(HINSTANCE, HINSTANCE, LPWSTR, int);
 
 int wmain(int argc, wchar_t** argv) {
     if (argc < 2) return 2;
@@ -18,8 +17,8 @@ int wmain(int argc, wchar_t** argv) {
         std::printf("cannot load the module, error %lu\n", GetLastError());
         return 1;
     }
-    const auto entry =
-        reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module, "Orvale_LoadModule_WinMain")));
+    const auto entry = reinterpret_cast<OrvaleLoadModuleWinMainFn>(
+        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_ENTRY_EXPORT)));
     if (entry == nullptr) return 1;
     entry(GetModuleHandleW(nullptr), nullptr, GetCommandLineW(), SW_SHOWDEFAULT);
     for (const auto& call : sim_control::call_log()) {

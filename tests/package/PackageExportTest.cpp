@@ -9,6 +9,7 @@
 #include <string>
 
 #include "HostLogFile.h"
+#include "NotificationAPI.h"
 #include "PackageSimControl.h"
 #include "SimToastControl.h"
 #include "TempFolder.h"
@@ -17,14 +18,12 @@
 
 namespace {
 
-using VersionQuery = bool (*)(wchar_t* buffer, std::uint32_t bufferLength);
-
 TEST(LoadedModuleTest, TheVersionQueryIsExportedByItsPlainName) {
     sim_control::reset();
     const HMODULE module = LoadLibraryW(L"NotificationAPI.dll");
     ASSERT_NE(nullptr, module);
-    const auto query = reinterpret_cast<VersionQuery>(
-        reinterpret_cast<void*>(GetProcAddress(module, "GetInstalledNotificationPackageVersion")));
+    const auto query = reinterpret_cast<GetInstalledNotificationPackageVersionFn>(
+        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_PACKAGE_VERSION_EXPORT)));
     ASSERT_NE(nullptr, query);
 
     wchar_t buffer[32] = {L'x', L'\0'};
@@ -38,16 +37,14 @@ TEST(LoadedModuleTest, TheVersionQueryIsExportedByItsPlainName) {
     FreeLibrary(module);
 }
 
-using PushBox = bool (*)(const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*);
-
 // A toast outlives the client's use of the module: the platform may call its
 // handlers after the client let the module go.
 TEST(LoadedModuleTest, StaysLoadedOnceItHandedTheNotificationCentreAHandler) {
     sim_control::reset();
     const HMODULE module = LoadLibraryW(L"NotificationAPI.dll");
     ASSERT_NE(nullptr, module);
-    const auto pushBox =
-        reinterpret_cast<PushBox>(reinterpret_cast<void*>(GetProcAddress(module, "NotificationSetToPushBox")));
+    const auto pushBox = reinterpret_cast<NotificationSetToPushBoxFn>(
+        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_PUSH_BOX_EXPORT)));
     ASSERT_NE(nullptr, pushBox);
     ASSERT_TRUE(pushBox(L"Title", L"Body", nullptr, L"orvale://open"));
     FreeLibrary(module);

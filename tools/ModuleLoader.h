@@ -1,6 +1,6 @@
 #pragma once
 // Programs of the client load the module from their own folder and reach its
-// exports by name.
+// exports by name, with the types of include/NotificationAPI.h.
 #include <windows.h>
 
 #include <string>

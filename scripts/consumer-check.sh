@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs a build into a prefix (printing the shipped sizes), then builds the
+# client project of tests/consumer against that prefix only and runs it under
+# Wine, beside the stand-alone host library (the client's own on a user's machine).
+#   consumer-check.sh <build dir>      (its Wine session must be up)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$(cd "$1" && pwd)
+prefix="$build/install-prefix"
+consumer="$build/consumer"
+
+rm -rf "$prefix"
+cmake --install "$build" --prefix "$prefix" | grep -v -- '-- Up-to-date\|-- Installing'
+# A cross build reaches the package by its folder: the toolchain confines
+# find_package to the target's root paths.
+cmake -S tests/consumer -B "$consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" \
+  -DNotificationAPI_DIR="$prefix/lib/cmake/NotificationAPI" >/dev/null
+cmake --build "$consumer" >/dev/null
+
+run="$consumer/run"
+rm -rf "$run" && mkdir -p "$run"
+cp "$prefix"/bin/* "$consumer"/ConsumerC.exe "$consumer"/ConsumerCpp.exe "$build/bin/OrvaleHostStandalone.dll" "$run/"
+export ORVALE_STANDALONE_APPDATA="Z:${run//\//\\}\\appdata\\"
+export ORVALE_STANDALONE_LOG="Z:${run//\//\\}\\consumer.log"
+mkdir -p "$run/appdata"
+status=0
+for program in ConsumerCpp ConsumerC; do
+  echo "$program:"
+  "$build/wine-run.sh" "$run/$program.exe" | tr -d '\r' || status=1
+done
+exit $status
