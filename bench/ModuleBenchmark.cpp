@@ -15,6 +15,7 @@
 #include "BenchTable.h"
 #include "HostRunFigures.h"
 #include "Measure.h"
+#include "MemoryFigures.h"
 #include "PackageFigures.h"
 #include "ReadDataFigures.h"
 #include "ReportFigures.h"
@@ -40,6 +41,9 @@ constexpr Figure kFigures[] = {
     {L"install-timeout", &MeasureInstallTimeoutOvershoot},
     {L"uninstall-timeout", &MeasureUninstallTimeoutOvershoot},
     {L"post-timeout", &MeasurePostTimeoutOvershoot},
+    {L"push-box-memory", &MeasurePushBoxMemory},
+    {L"push-box-memory-all-kept", &MeasurePushBoxMemoryAllKept},
+    {L"drain-memory", &MeasureDrainMemory},
 };
 
 struct Options {

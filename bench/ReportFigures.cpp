@@ -13,6 +13,7 @@
 #include "BareReportFiles.h"
 #include "BenchEnvironment.h"
 #include "LoopbackCollector.h"
+#include "ProcessMemory.h"
 #include "QuorvelBuildSettings.h"
 #include "QuorvelReportUtils.h"
 #include "UniqueHandle.h"
@@ -129,6 +130,23 @@ double TimeDrainOfCopy(const std::wstring& saved, const std::function<void(const
     return taken;
 }
 
+void QueueReports(const std::wstring& folder) {
+    const std::string body = SampleBody();
+    for (int i = 0; i < kDrainReports; ++i) {
+        if (quorvel::SaveEncryptedReport(folder, body).empty()) throw std::runtime_error("cannot queue a report");
+    }
+    if (FilesIn(folder) != kDrainReports) throw std::runtime_error("the queue is not complete");
+}
+
+// A round of the drain's memory figure: its own collector and folder, both gone when it returns.
+void QueueAndDrainOnce() {
+    CollectorOnLoopback loopback;
+    const ScratchFolder queue(L"orvale-bench-drain-memory");
+    QueueReports(queue.path());
+    quorvel::UploadPendingReports(queue.path(), loopback.url(), kDeviceId);
+    if (FilesIn(queue.path()) != 0) throw std::runtime_error("the drain left reports queued");
+}
+
 std::string RatioText(const PairedSamples& samples, const char* against) {
     return fmt::format("{:.2f}x {}", MedianOf(samples.ratio), against);
 }
@@ -197,11 +215,7 @@ FigureRow MeasureCollectorAgainstTrivialServer(const BenchSettings& settings) {
 FigureRow MeasureDrainThroughput(const BenchSettings& settings) {
     CollectorOnLoopback loopback;
     const ScratchFolder saved(L"orvale-bench-queue");
-    const std::string body = SampleBody();
-    for (int i = 0; i < kDrainReports; ++i) {
-        if (quorvel::SaveEncryptedReport(saved.path(), body).empty()) throw std::runtime_error("cannot queue a report");
-    }
-    if (FilesIn(saved.path()) != kDrainReports) throw std::runtime_error("the queue is not complete");
+    QueueReports(saved.path());
 
     const unsigned short port = loopback.collector().Port();
     const PairedSamples samples = RepeatPaired(
@@ -232,4 +246,19 @@ FigureRow MeasurePostTimeoutOvershoot(const BenchSettings& settings) {
         return taken;
     });
     return OvershootRow("POST time-out, collector answering after 20 s", kPostTimeoutSeconds, elapsed);
+}
+
+// One pass, not a median: the figure is about what the rounds leave behind.
+FigureRow MeasureDrainMemory(const BenchSettings&) {
+    const MemoryReading before = ReadProcessMemory();
+    QueueAndDrainOnce();
+    const MemoryReading afterFirst = ReadProcessMemory();
+    QueueAndDrainOnce();
+    const MemoryReading afterSecond = ReadProcessMemory();
+    return {fmt::format("{}, {} reports queued and drained, twice", before.counter, kDrainReports),
+            fmt::format("{} after the first round, {} after the second", SignedSizeText(afterFirst.bytes - before.bytes),
+                        SignedSizeText(afterSecond.bytes - before.bytes)),
+            "-",
+            fmt::format("{:.0f} bytes per report in the second round",
+                        static_cast<double>(afterSecond.bytes - afterFirst.bytes) / kDrainReports)};
 }

@@ -26,3 +26,8 @@ FigureRow MeasureDrainThroughput(const BenchSettings& settings);
 // How far one POST to a collector that answers too late runs past the
 // module's 10-second time-out.
 FigureRow MeasurePostTimeoutOvershoot(const BenchSettings& settings);
+
+// Private bytes after 1,000 reports are queued and drained, and after a
+// second 1,000: what the second round keeps, per report, is what the module
+// holds on to (each round's collector, with its records, is gone by then).
+FigureRow MeasureDrainMemory(const BenchSettings& settings);

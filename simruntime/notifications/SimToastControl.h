@@ -14,7 +14,8 @@
 #include "SimRuntimeControl.h"
 
 extern "C" {
-// Toasts shown since the last reset, in the order of Show.
+// Toasts shown since the last reset, in the order of Show; once the history
+// limit is reached the oldest leave and the indices of the others move down.
 HRESULT SimRuntime_ShownToastCount(UINT32* count);
 // Text `field` of shown toast `index` (0 XML, 1 tag, 2 group, 3 application id,
 // 4 the markup the platform would ignore, one entry a line);
@@ -45,6 +46,9 @@ HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
 // ToastNotifier.Setting from now on (a NotificationSetting value); it wins over
 // SIMRUNTIME_TOAST_SETTING until the next reset.
 HRESULT SimRuntime_SetToastSetting(INT32 setting);
+// How many shown toasts the centre keeps from now on (at least 1) until the
+// next reset; it wins over SIMRUNTIME_TOAST_HISTORY_LIMIT (ToastHistoryLimit.h).
+HRESULT SimRuntime_SetToastHistoryLimit(UINT32 limit);
 }
 
 namespace sim_control {
@@ -146,6 +150,10 @@ inline void race_events_on_next_show(const wchar_t* arguments, INT32 reason) {
 
 inline void set_toast_setting(rt::NotificationSetting setting) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_SetToastSetting)(static_cast<INT32>(setting)), "SimRuntime_SetToastSetting");
+}
+
+inline void set_toast_history_limit(UINT32 limit) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetToastHistoryLimit)(limit), "SimRuntime_SetToastHistoryLimit");
 }
 
 inline void throw_from_next_toast_call(const wchar_t* method) {

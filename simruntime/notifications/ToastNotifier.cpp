@@ -1,6 +1,7 @@
 // Windows.UI.Notifications.ToastNotificationManager and ToastNotifier: the
-// notification centre records every toast shown, for the tests to read and
-// to raise events on, with the markup the platform would ignore in it. When
+// notification centre records the toasts shown, up to its history limit
+// (ToastHistoryLimit.h), for the tests to read and to raise events on, with
+// the markup the platform would ignore in it. When
 // SIMRUNTIME_SHOWN_TOASTS_FILE names a file, each toast that reached the
 // centre is also appended to it, for demonstrations outside the tests.
 #include <windows.h>
@@ -26,6 +27,7 @@
 #include "SimToastControl.h"
 #include "SimToastNotification.h"
 #include "SimToastTemplates.h"
+#include "ToastHistoryLimit.h"
 #include "ToastSetting.h"
 #include "UniqueHandle.h"
 
@@ -53,6 +55,20 @@ struct race_plan {
 std::vector<shown_toast>& shown_toasts() {
     static auto* toasts = new std::vector<shown_toast>;
     return *toasts;
+}
+
+// The oldest toasts leave the history once it is full; they are let go
+// outside the lock, as releasing one releases the handlers of its module.
+void record_in_history(const shown_toast& shown) {
+    const std::size_t limit = sim::toast_history_limit();
+    std::vector<shown_toast> left;
+    std::lock_guard lock(sim::state_mutex());
+    auto& toasts = shown_toasts();
+    toasts.push_back(shown);
+    if (toasts.size() <= limit) return;
+    const auto oldest_kept = toasts.begin() + static_cast<std::ptrdiff_t>(toasts.size() - limit);
+    left.assign(std::make_move_iterator(toasts.begin()), std::make_move_iterator(oldest_kept));
+    toasts.erase(toasts.begin(), oldest_kept);
 }
 
 // Guarded by sim::state_mutex().
@@ -126,10 +142,7 @@ public:
                                     rt::com_ptr<sim::toast_notification>::copy_from(toast),
                                     blocked || !is_registered_app_id(app_id_)};
             if (!shown.discarded) append_to_shown_toasts_file(shown);
-            {
-                std::lock_guard lock(sim::state_mutex());
-                shown_toasts().push_back(shown);
-            }
+            record_in_history(shown);
             // The platform may deliver a toast's events before Show has returned.
             if (const auto race = take_race_plan(); race && !shown.discarded) {
                 toast->raise_racing(race->arguments, race->reason);

@@ -430,4 +430,18 @@ TEST_F(Notifier, TheNotificationCentreDropsToastsOfAnUnregisteredApplication) {
     EXPECT_EQ(toast2->put_Tag(rt::hstring(L"").get()), E_INVALIDARG);
 }
 
+// The module's events still reach the toasts the centre kept once older ones left its history.
+TEST_F(Notifier, TheCentreLetsItsOldestToastsGoPastItsHistoryLimit) {
+    sim_control::set_toast_history_limit(2);
+    for (const wchar_t* title : {L"first", L"second", L"third"}) {
+        ASSERT_TRUE(NotificationSetToPushBox(title, L"", nullptr, nullptr));
+    }
+
+    const auto shown = sim_control::shown_toasts();
+    ASSERT_EQ(shown.size(), 2u);
+    EXPECT_EQ(TextsOf(shown[0].xml, L"text")[0], L"second");
+    EXPECT_EQ(TextsOf(shown[1].xml, L"text")[0], L"third");
+    EXPECT_EQ(sim_control::raise_dismissed(1, 0), S_OK);
+}
+
 }  // namespace

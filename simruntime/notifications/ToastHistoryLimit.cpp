@@ -1,0 +1,47 @@
+#include "ToastHistoryLimit.h"
+
+#include <cwchar>
+#include <iterator>
+#include <mutex>
+#include <optional>
+
+#include "SimState.h"
+
+namespace sim {
+
+namespace {
+
+constexpr wchar_t kLimitVariable[] = L"SIMRUNTIME_TOAST_HISTORY_LIMIT";
+constexpr std::size_t kDefaultLimit = 500;
+
+// Guarded by sim::state_mutex().
+std::optional<std::size_t>& steered_limit() {
+    static std::optional<std::size_t> limit;
+    return limit;
+}
+
+const reset_registration reset{[] { steered_limit().reset(); }};
+
+}  // namespace
+
+std::size_t toast_history_limit() {
+    {
+        std::lock_guard lock(state_mutex());
+        if (steered_limit()) return *steered_limit();
+    }
+    wchar_t text[32] = {};
+    const DWORD length = GetEnvironmentVariableW(kLimitVariable, text, static_cast<DWORD>(std::size(text)));
+    if (length == 0 || length >= std::size(text)) return kDefaultLimit;
+    wchar_t* end = nullptr;
+    const unsigned long long limit = std::wcstoull(text, &end, 10);
+    return *end == L'\0' && limit >= 1 ? static_cast<std::size_t>(limit) : kDefaultLimit;
+}
+
+}  // namespace sim
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_SetToastHistoryLimit(UINT32 limit) {
+    if (limit == 0) return E_INVALIDARG;
+    std::lock_guard lock(sim::state_mutex());
+    sim::steered_limit() = limit;
+    return S_OK;
+}
