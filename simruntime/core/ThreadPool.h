@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "RuntimeError.h"
+#include "UniqueHandle.h"
 
 namespace sim {
 
@@ -33,6 +34,19 @@ inline void run_on_pool(std::function<void()> work) {
         throw rt::hresult_error(HRESULT_FROM_WIN32(GetLastError()));
     }
     owned.release();  // the callback owns it now
+}
+
+// `work` runs on a pool thread while the caller waits for it to finish: an
+// event the platform raises on a thread of its own, which the steering call
+// still has to see through.
+inline void run_on_pool_and_wait(std::function<void()> work) {
+    const UniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!done.valid()) throw rt::hresult_error(HRESULT_FROM_WIN32(GetLastError()));
+    run_on_pool([&work, &done] {
+        work();
+        SetEvent(done.get());
+    });
+    WaitForSingleObject(done.get(), INFINITE);
 }
 
 }  // namespace sim

@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "SimMethods.h"
 #include "SimPropertyValue.h"
 #include "SimValueSet.h"
+#include "ThreadPool.h"
 #include "ToastSchema.h"
 #include "UniqueHandle.h"
 
@@ -271,7 +271,7 @@ template <class Handler, class Args>
 HRESULT toast_notification::raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args) {
     const auto handlers = handlers_of(table);
     HRESULT result = S_OK;
-    std::thread([&] { result = invoke_all(handlers, args); }).join();
+    sim::run_on_pool_and_wait([&] { result = invoke_all(handlers, args); });
     return result;
 }
 
@@ -291,21 +291,27 @@ HRESULT toast_notification::raise_racing(const std::wstring& arguments, rt::Toas
     const auto dismissed = handlers_of(dismissed_);
     const auto activated_arguments = make_activated_args(arguments, std::nullopt);
     const rt::com_ptr<rt::IToastDismissedEventArgs> dismissed_arguments = make<dismissed_args>(reason);
-    // Both threads are released together, so neither event is reliably first.
+    // Both pool threads are released together, so neither event is reliably first.
     const UniqueHandle start(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!start.valid()) return HRESULT_FROM_WIN32(GetLastError());
+    const UniqueHandle activated_done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const UniqueHandle dismissed_done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!start.valid() || !activated_done.valid() || !dismissed_done.valid()) {
+        return HRESULT_FROM_WIN32(GetLastError());
+    }
     HRESULT activated_result = S_OK, dismissed_result = S_OK;
-    std::thread first([&] {
+    sim::run_on_pool([&] {
         WaitForSingleObject(start.get(), INFINITE);
         activated_result = invoke_all(activated, activated_arguments);
+        SetEvent(activated_done.get());
     });
-    std::thread second([&] {
+    sim::run_on_pool([&] {
         WaitForSingleObject(start.get(), INFINITE);
         dismissed_result = invoke_all(dismissed, dismissed_arguments);
+        SetEvent(dismissed_done.get());
     });
     SetEvent(start.get());
-    first.join();
-    second.join();
+    const HANDLE done[] = {activated_done.get(), dismissed_done.get()};
+    WaitForMultipleObjects(2, done, TRUE, INFINITE);
     return FAILED(activated_result) ? activated_result : dismissed_result;
 }
 
