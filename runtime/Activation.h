@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "ComPtr.h"
+#include "FactoryCache.h"
 #include "Guid.h"
 #include "HString.h"
 #include "RuntimeError.h"
@@ -58,10 +59,13 @@ inline void join_multithreaded_apartment() {
 
 template <class I>
 com_ptr<I> get_activation_factory(const wchar_t* className) {
+    activation_detail::join_multithreaded_apartment();
+    auto& cache = factory_cache::process();
+    if (auto kept = cache.find<I>(className)) return kept;
     const hstring name(className);
     com_ptr<I> factory;
-    activation_detail::join_multithreaded_apartment();
     check(RoGetActivationFactory(name.get(), iid_of<I>, factory.put_void()));
+    cache.keep_if_agile(className, factory);
     return factory;
 }
 

@@ -331,7 +331,9 @@ TEST_F(Notifier, EventsRacingEachOtherOrShowReachTheHandlerOnce) {
     for (UINT32 index = 0; index < kToasts; ++index) {
         if (index % 2 == 0) sim_control::race_events_on_next_show(L"1", 0);
         ShowRecorded(notification_template());
-        if (index % 2 == 1) EXPECT_EQ(sim_control::raise_racing(index, L"1", 0), S_OK);
+        if (index % 2 == 1) {
+            EXPECT_EQ(sim_control::raise_racing(index, L"1", 0), S_OK);
+        }
     }
 
     const auto events = Summaries(*record_);
