@@ -96,13 +96,19 @@ void LoopbackCollector::AnswerOthersWith(int status) {
     othersStatus_ = status;
 }
 
+void LoopbackCollector::WaitForAnswersInFlight(std::unique_lock<std::mutex>& lock) const {
+    changed_.wait_for(lock, std::chrono::seconds(5), [this] { return answering_ == 0; });
+}
+
 std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Received() const {
-    std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    WaitForAnswersInFlight(lock);
     return received_;
 }
 
 std::vector<LoopbackCollector::ReceivedReport> LoopbackCollector::Accepted(size_t firstReceived) const {
-    std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    WaitForAnswersInFlight(lock);
     std::vector<ReceivedReport> accepted;
     for (size_t index = firstReceived; index < received_.size(); ++index) {
         if (IsAccepted(received_[index])) accepted.push_back(received_[index]);
@@ -190,6 +196,7 @@ void LoopbackCollector::Serve(const UniqueSocket& client) {
         index = received_.size();
         received_.push_back({request->method, request->path, request->contentType, request->cookie, request->body,
                              problem, answer, false, report.message});
+        if (answer.kind == Answer::Kind::Status) ++answering_;
     }
     changed_.notify_all();
 
@@ -200,6 +207,7 @@ void LoopbackCollector::Serve(const UniqueSocket& client) {
     {
         std::lock_guard lock(mutex_);
         received_[index].answered = sent;
+        if (answer.kind == Answer::Kind::Status) --answering_;
     }
     changed_.notify_all();
 }

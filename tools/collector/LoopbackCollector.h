@@ -70,7 +70,9 @@ public:
     // The status of every request that is not a report, from now on (400 at first).
     void AnswerOthersWith(int status);
 
-    // Every request in arrival order, recorded as soon as it was read.
+    // Every request in arrival order, recorded as soon as it was read. Both
+    // readers first wait (up to 5 s) for the answers that go out at once to be
+    // marked sent: a client may act on its answer before that.
     std::vector<ReceivedReport> Received() const;
     // The well-formed reports answered 200, of the requests from the
     // `firstReceived`-th on: a long run looks at what is new only.
@@ -93,6 +95,7 @@ private:
     // False when the collector stopped during the wait.
     bool WaitLate(unsigned delayMs);
     size_t AcceptedCount() const;
+    void WaitForAnswersInFlight(std::unique_lock<std::mutex>& lock) const;
 
     std::unique_ptr<WinsockSession> winsock_;
     std::unique_ptr<UniqueSocket> listener_;
@@ -105,7 +108,8 @@ private:
     int othersStatus_ = 400;
     std::deque<Answer> queued_;
     std::vector<ReceivedReport> received_;
-    size_t serving_ = 0;  // connections handed to the pool and not yet done
+    size_t serving_ = 0;    // connections handed to the pool and not yet done
+    size_t answering_ = 0;  // answers at once, recorded and not yet marked sent
 
     std::thread acceptThread_;
 };
