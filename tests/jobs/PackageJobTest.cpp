@@ -180,7 +180,9 @@ TEST_F(PackageJobs, EachTypeReachesItsOwnJob) {
         for (const std::string& line : {installLine, uninstallLine, maintenanceLine}) {
             const HostLogLine* found = FindMessage(run.log, line);
             EXPECT_EQ(line == expected, found != nullptr) << line;
-            if (found) EXPECT_EQ("Orvale_LoadModule_WinMain", found->function);
+            if (found) {
+                EXPECT_EQ("Orvale_LoadModule_WinMain", found->function);
+            }
         }
     }
 }

@@ -59,7 +59,9 @@ TEST_F(Registration, ExperimentSwitchesChooseTheUri) {
                                      (c.wakeUp == "1" ? "true" : "false") +
                                      ", wnsTaskRegEnabled=" + (c.wns == "1" ? "true" : "false");
         EXPECT_EQ(1u, CountLines(lines, 1, decision)) << ::testing::PrintToString(Messages(lines));
-        if (const HostLogLine* line = FindMessage(lines, decision)) EXPECT_EQ("RegisterBackgroundTaskImpl", line->function);
+        if (const HostLogLine* line = FindMessage(lines, decision)) {
+            EXPECT_EQ("RegisterBackgroundTaskImpl", line->function);
+        }
         const size_t skipped =
             CountLines(lines, 1, "[RegisterBackgroundTaskImpl]RegisterBackgroundTask: both disabled, skip registration");
         EXPECT_EQ(c.launched.empty() ? 1u : 0u, skipped);
