@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "HString.h"
+
 // Exported by SimRuntime.dll. Tests call them through the wrappers below,
 // never through an import library. `method` names are "Class.Method" with the
 // short class name and the ABI method name, e.g. L"Uri.EscapeComponent",
@@ -94,6 +96,20 @@ inline std::vector<std::wstring> call_log() {
         start = end + 1;
     }
     return lines;
+}
+
+// The lines of a record the simulation hands out an index at a time through
+// `read(index, HSTRING*)`, up to the S_FALSE that ends it.
+template <class Read>
+std::vector<std::wstring> read_lines(Read&& read, const char* what) {
+    std::vector<std::wstring> lines;
+    for (UINT32 index = 0;; ++index) {
+        rt::hstring line;
+        const HRESULT result = read(index, line.put());
+        check(result, what);
+        if (result == S_FALSE) return lines;
+        lines.push_back(line.str());
+    }
 }
 
 // How many logged calls were of `method`, whatever their arguments.

@@ -107,14 +107,8 @@ inline void set_deployment_cancel_delay_ms(UINT32 delayMs) {
 
 namespace package_detail {
 inline std::vector<std::wstring> add_records(UINT32 kind) {
-    std::vector<std::wstring> records;
-    for (UINT32 index = 0;; ++index) {
-        rt::hstring text;
-        const HRESULT read = SIM_CONTROL_FUNCTION(SimRuntime_AddRecord)(kind, index, text.put());
-        check(read, "SimRuntime_AddRecord");
-        if (read == S_FALSE) return records;
-        records.push_back(text.str());
-    }
+    const auto read = SIM_CONTROL_FUNCTION(SimRuntime_AddRecord);
+    return read_lines([&](UINT32 index, HSTRING* text) { return read(kind, index, text); }, "SimRuntime_AddRecord");
 }
 }  // namespace package_detail
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "EnvironmentVariable.h"
 #include "RuntimeError.h"
 
 namespace {
@@ -18,12 +19,7 @@ constexpr wchar_t kTableFileVariable[] = L"SIMRUNTIME_PACKAGE_TABLE_FILE";
 constexpr wchar_t kRegisteredKind[] = L"registered";
 constexpr wchar_t kInFileKind[] = L"in-file";
 
-std::optional<std::wstring> table_file_path() {
-    wchar_t path[MAX_PATH] = {};
-    const DWORD length = GetEnvironmentVariableW(kTableFileVariable, path, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH) return std::nullopt;
-    return std::wstring(path, length);
-}
+std::optional<std::wstring> table_file_path() { return sim::environment_variable(kTableFileVariable); }
 
 struct file_closer {
     void operator()(FILE* file) const { fclose(file); }

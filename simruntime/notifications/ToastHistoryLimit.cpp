@@ -1,10 +1,10 @@
 #include "ToastHistoryLimit.h"
 
 #include <cwchar>
-#include <iterator>
 #include <mutex>
 #include <optional>
 
+#include "EnvironmentVariable.h"
 #include "SimState.h"
 
 namespace sim {
@@ -29,11 +29,10 @@ std::size_t toast_history_limit() {
         std::lock_guard lock(state_mutex());
         if (steered_limit()) return *steered_limit();
     }
-    wchar_t text[32] = {};
-    const DWORD length = GetEnvironmentVariableW(kLimitVariable, text, static_cast<DWORD>(std::size(text)));
-    if (length == 0 || length >= std::size(text)) return kDefaultLimit;
+    const auto text = environment_variable(kLimitVariable);
+    if (!text || text->empty()) return kDefaultLimit;
     wchar_t* end = nullptr;
-    const unsigned long long limit = std::wcstoull(text, &end, 10);
+    const unsigned long long limit = std::wcstoull(text->c_str(), &end, 10);
     return *end == L'\0' && limit >= 1 ? static_cast<std::size_t>(limit) : kDefaultLimit;
 }
 

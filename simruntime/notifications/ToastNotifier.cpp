@@ -19,6 +19,7 @@
 
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "EnvironmentVariable.h"
 #include "ForeignException.h"
 #include "HString.h"
 #include "SimCall.h"
@@ -111,10 +112,10 @@ std::string utf8(const std::wstring& text) {
 }
 
 void append_to_shown_toasts_file(const shown_toast& shown) {
-    wchar_t path[MAX_PATH] = {};
-    if (GetEnvironmentVariableW(kShownToastsFileVariable, path, MAX_PATH) == 0) return;
+    const auto path = sim::environment_variable(kShownToastsFileVariable);
+    if (!path) return;
     FILE* file = nullptr;
-    if (_wfopen_s(&file, path, L"ab") != 0 || !file) return;
+    if (_wfopen_s(&file, path->c_str(), L"ab") != 0 || !file) return;
     std::string record = "application id: " + utf8(shown.app_id) + "\ntag: " + utf8(shown.settings.tag) +
                          "\nsuppress popup: " + (shown.settings.suppress_popup ? "true" : "false") + "\n" +
                          utf8(shown.settings.xml) + "\n";

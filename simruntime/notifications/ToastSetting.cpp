@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "RuntimeError.h"
+#include "EnvironmentVariable.h"
 #include "SimState.h"
 
 namespace sim {
@@ -42,10 +43,8 @@ rt::NotificationSetting toast_setting() {
         std::lock_guard lock(state_mutex());
         if (steered_setting()) return *steered_setting();
     }
-    wchar_t name[64] = {};
-    const DWORD length = GetEnvironmentVariableW(kSettingVariable, name, static_cast<DWORD>(std::size(name)));
-    if (length == 0) return rt::NotificationSetting::Enabled;
-    return setting_named(length < std::size(name) ? std::wstring_view(name, length) : std::wstring_view());
+    const auto name = environment_variable(kSettingVariable);
+    return name ? setting_named(*name) : rt::NotificationSetting::Enabled;
 }
 
 }  // namespace sim

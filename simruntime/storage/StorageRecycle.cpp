@@ -6,6 +6,7 @@
 #include <atomic>
 #include <vector>
 
+#include "EnvironmentVariable.h"
 #include "HString.h"
 #include "RuntimeError.h"
 #include "SimState.h"
@@ -31,9 +32,7 @@ const reset_registration reset{[] { recycled().clear(); }};
 [[noreturn]] void throw_last_error() { throw rt::hresult_error(HRESULT_FROM_WIN32(GetLastError())); }
 
 std::wstring known_folder_variable(const wchar_t* name) {
-    wchar_t value[MAX_PATH] = {};
-    const DWORD length = GetEnvironmentVariableW(name, value, MAX_PATH);
-    return length == 0 || length >= MAX_PATH ? std::wstring() : std::wstring(value, length);
+    return environment_variable(name).value_or(std::wstring());
 }
 
 bool starts_with_folder(const std::wstring& path, const std::wstring& folder) {

@@ -18,6 +18,7 @@
 #include "AsyncOperation.h"
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "EnvironmentVariable.h"
 #include "ForeignException.h"
 #include "HString.h"
 #include "Launcher.h"
@@ -33,6 +34,7 @@ namespace {
 
 using rt::LaunchQuerySupportStatus;
 using rt::LaunchQuerySupportType;
+using sim::environment_variable;
 using sim::not_simulated;
 
 constexpr wchar_t kLaunchMethod[] = L"Launcher.LaunchUriAsync";
@@ -63,14 +65,6 @@ launcher_state& state() {
 }
 
 const sim::reset_registration reset{[] { state() = launcher_state{}; }};
-
-std::optional<std::wstring> environment_variable(const wchar_t* name) {
-    const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
-    if (size == 0) return std::nullopt;
-    std::wstring value(size, L'\0');
-    value.resize(GetEnvironmentVariableW(name, value.data(), size));
-    return value;
-}
 
 // A misspelt steering fails the launch rather than passing unnoticed.
 launch_result parse_launch_result(const std::wstring& text) {

@@ -30,14 +30,7 @@ HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure);
 namespace sim_control {
 
 inline std::vector<std::wstring> launched_uris() {
-    std::vector<std::wstring> uris;
-    for (UINT32 index = 0;; ++index) {
-        rt::hstring uri;
-        const HRESULT read = SIM_CONTROL_FUNCTION(SimRuntime_LaunchedUri)(index, uri.put());
-        check(read, "SimRuntime_LaunchedUri");
-        if (read == S_FALSE) return uris;
-        uris.push_back(uri.str());
-    }
+    return read_lines(SIM_CONTROL_FUNCTION(SimRuntime_LaunchedUri), "SimRuntime_LaunchedUri");
 }
 
 inline void set_launch_result(bool launched) {

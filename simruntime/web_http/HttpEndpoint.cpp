@@ -5,16 +5,11 @@
 #include <algorithm>
 #include <optional>
 
+#include "EnvironmentVariable.h"
+
 namespace sim {
 
 namespace {
-
-std::wstring environment_variable(const wchar_t* name) {
-    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    if (value.empty()) return {};
-    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-    return value;
-}
 
 bool same_host(std::wstring_view left, std::wstring_view right) {
     return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(), static_cast<int>(right.size()),
@@ -33,7 +28,7 @@ std::optional<http_endpoint> mapped_endpoint(std::wstring_view entry, std::wstri
 }  // namespace
 
 http_endpoint endpoint_for(std::wstring_view host, int port) {
-    const std::wstring hosts = environment_variable(kHttpHostsVariable);
+    const std::wstring hosts = environment_variable(kHttpHostsVariable).value_or(std::wstring());
     for (std::size_t start = 0; start < hosts.size();) {
         const std::size_t end = std::min(hosts.find(L';', start), hosts.size());
         if (auto mapped = mapped_endpoint(std::wstring_view(hosts).substr(start, end - start), host)) return *mapped;

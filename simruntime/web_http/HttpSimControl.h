@@ -21,14 +21,7 @@ HRESULT SimRuntime_HttpFilterRecord(UINT32 index, HSTRING* line);
 namespace sim_control {
 
 inline std::vector<std::wstring> http_filter_record() {
-    std::vector<std::wstring> lines;
-    for (UINT32 index = 0;; ++index) {
-        rt::hstring line;
-        const HRESULT read = SIM_CONTROL_FUNCTION(SimRuntime_HttpFilterRecord)(index, line.put());
-        check(read, "SimRuntime_HttpFilterRecord");
-        if (read == S_FALSE) return lines;
-        lines.push_back(line.str());
-    }
+    return read_lines(SIM_CONTROL_FUNCTION(SimRuntime_HttpFilterRecord), "SimRuntime_HttpFilterRecord");
 }
 
 }  // namespace sim_control
