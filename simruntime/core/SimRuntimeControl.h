@@ -13,27 +13,35 @@
 
 #include "HString.h"
 
+// Declared as SimRuntime.dll defines them, so its definitions add nothing to
+// the declarations; tests call them through GetProcAddress.
+#ifdef SIMRUNTIME_BUILDING
+#define SIMRUNTIME_EXPORT __declspec(dllexport)
+#else
+#define SIMRUNTIME_EXPORT
+#endif
+
 // Exported by SimRuntime.dll. Tests call them through the wrappers below,
 // never through an import library. `method` names are "Class.Method" with the
 // short class name and the ABI method name, e.g. L"Uri.EscapeComponent",
 // L"PackageManager.AddPackageByUriAsync", L"Uri.GetActivationFactory".
 extern "C" {
 // Forgets every setting, injected failure and logged call.
-HRESULT SimRuntime_Reset();
+SIMRUNTIME_EXPORT HRESULT SimRuntime_Reset();
 // Delay before started operations end (default 0: at once, on another thread).
-HRESULT SimRuntime_SetAsyncDelayMs(UINT32 delayMs);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetAsyncDelayMs(UINT32 delayMs);
 // How the operations `method` starts end from now on: status 1 Completed, 3 Error
 // with `errorCode`, 2 Canceled with `errorCode`, 0 never.
-HRESULT SimRuntime_SetAsyncOutcome(const wchar_t* method, INT32 status, HRESULT errorCode);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetAsyncOutcome(const wchar_t* method, INT32 status, HRESULT errorCode);
 // The same for the next operation `method` starts only; queued ones come first, in order.
-HRESULT SimRuntime_QueueAsyncOutcome(const wchar_t* method, INT32 status, HRESULT errorCode);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_QueueAsyncOutcome(const wchar_t* method, INT32 status, HRESULT errorCode);
 // ErrorCode of an operation after Cancel (default HRESULT_FROM_WIN32(ERROR_CANCELLED)).
-HRESULT SimRuntime_SetCancelErrorCode(HRESULT errorCode);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetCancelErrorCode(HRESULT errorCode);
 // The next call of `method` returns `failure` without doing anything; each call consumes one.
-HRESULT SimRuntime_FailNextCall(const wchar_t* method, HRESULT failure);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_FailNextCall(const wchar_t* method, HRESULT failure);
 // The calls made so far, one "Class.Method(arguments)" per line; returns the
 // length of the whole log and copies what fits, terminated, into `buffer`.
-UINT32 SimRuntime_CallLog(wchar_t* buffer, UINT32 capacity);
+SIMRUNTIME_EXPORT UINT32 SimRuntime_CallLog(wchar_t* buffer, UINT32 capacity);
 }
 
 namespace sim_control {

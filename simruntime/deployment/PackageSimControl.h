@@ -16,35 +16,35 @@
 
 extern "C" {
 // Adds a registration for the current user, after those already there.
-HRESULT SimRuntime_RegisterPackage(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName,
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RegisterPackage(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName,
                                    UINT16 major, UINT16 minor, UINT16 build, UINT16 revision);
 // The identity that adding any existing package file registers.
-HRESULT SimRuntime_SetPackageInFile(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName,
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetPackageInFile(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName,
                                     UINT16 major, UINT16 minor, UINT16 build, UINT16 revision);
 // The next add operation completes without registering: IsRegistered false,
 // with this ExtendedErrorCode and ErrorText. Queued reports are used in order.
-HRESULT SimRuntime_QueueUnregisteredDeployment(HRESULT extendedErrorCode, const wchar_t* errorText);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_QueueUnregisteredDeployment(HRESULT extendedErrorCode, const wchar_t* errorText);
 // The completion handler that the `index`-th package operation since the last
 // reset holds: a new reference, or null before that operation started and
 // once it ended and let its handler go.
-HRESULT SimRuntime_DeploymentOperationHandler(UINT32 index, IUnknown** handler);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_DeploymentOperationHandler(UINT32 index, IUnknown** handler);
 // The next call of `method` lets a C++ exception out instead of returning an
 // HRESULT (package manager methods, Uri.CreateUri and
 // Launcher.QueryUriSupportAsync); calls queue.
-HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
 // Processes ("a.exe;b.exe") running under the package of that name, until an
 // add of it shuts them down; empty: none.
-HRESULT SimRuntime_SetPackageProcesses(const wchar_t* name, const wchar_t* processes);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetPackageProcesses(const wchar_t* name, const wchar_t* processes);
 // Rules for adds that are off by default: refusing a version already
 // registered (0x80073CF9), and a package file that gives identity only with
 // an external location.
-HRESULT SimRuntime_SetAddRules(BOOL refuseRegisteredVersion, BOOL fileNeedsExternalLocation);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetAddRules(BOOL refuseRegisteredVersion, BOOL fileNeedsExternalLocation);
 // Cancel on a package operation ends it as Canceled only this long after the request.
-HRESULT SimRuntime_SetDeploymentCancelDelayMs(UINT32 delayMs);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetDeploymentCancelDelayMs(UINT32 delayMs);
 // The `index`-th record of `kind` since the last reset: 0 a process an add
 // shut down, 1 the full name of a package registered without identity;
 // S_FALSE and null past the end.
-HRESULT SimRuntime_AddRecord(UINT32 kind, UINT32 index, HSTRING* text);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_AddRecord(UINT32 kind, UINT32 index, HSTRING* text);
 }
 
 namespace sim_control {

@@ -16,39 +16,39 @@
 extern "C" {
 // Toasts shown since the last reset, in the order of Show; once the history
 // limit is reached the oldest leave and the indices of the others move down.
-HRESULT SimRuntime_ShownToastCount(UINT32* count);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ShownToastCount(UINT32* count);
 // Text `field` of shown toast `index` (0 XML, 1 tag, 2 group, 3 application id,
 // 4 the markup the platform would ignore, one entry a line);
 // returns its length and copies what fits, terminated, into `buffer`.
-UINT32 SimRuntime_ShownToastText(UINT32 index, UINT32 field, wchar_t* buffer, UINT32 capacity);
+SIMRUNTIME_EXPORT UINT32 SimRuntime_ShownToastText(UINT32 index, UINT32 field, wchar_t* buffer, UINT32 capacity);
 // SuppressPopup and ExpirationTime (DateTime ticks) as they were at Show.
-HRESULT SimRuntime_ShownToastFlags(UINT32 index, BOOL* suppressPopup, BOOL* hasExpiration, INT64* expirationTime);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ShownToastFlags(UINT32 index, BOOL* suppressPopup, BOOL* hasExpiration, INT64* expirationTime);
 // Handlers registered now on shown toast `index`.
-HRESULT SimRuntime_ToastHandlerCounts(UINT32 index, UINT32* activated, UINT32* dismissed, UINT32* failed);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ToastHandlerCounts(UINT32 index, UINT32* activated, UINT32* dismissed, UINT32* failed);
 // Raise an event of shown toast `index` on another thread and wait for its
 // handlers; `handlersResult` is the first failure a handler returned.
 // A null `replyText` leaves the user input empty; otherwise it holds "textBox".
-HRESULT SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, const wchar_t* replyText,
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, const wchar_t* replyText,
                                        HRESULT* handlersResult);
-HRESULT SimRuntime_RaiseToastDismissed(UINT32 index, INT32 reason, HRESULT* handlersResult);
-HRESULT SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastDismissed(UINT32 index, INT32 reason, HRESULT* handlersResult);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult);
 // Whether the platform dropped shown toast `index`: its notifier's application
 // id had no key under HKCU "Software\Classes\AppUserModelId\", or the user's
 // setting blocked it (then Failed was raised with 0x803E0111 before Show returned).
-HRESULT SimRuntime_ShownToastDiscarded(UINT32 index, BOOL* discarded);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ShownToastDiscarded(UINT32 index, BOOL* discarded);
 // The next Show raises Activated (`arguments`) and Dismissed (`reason`) at
 // once on two threads, and returns only after both handlers ran.
-HRESULT SimRuntime_RaceEventsOnNextShow(const wchar_t* arguments, INT32 reason);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RaceEventsOnNextShow(const wchar_t* arguments, INT32 reason);
 // The same race on shown toast `index`.
-HRESULT SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult);
 // The next call of `method` lets a C++ exception out (L"ToastNotifier.Show").
-HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
 // ToastNotifier.Setting from now on (a NotificationSetting value); it wins over
 // SIMRUNTIME_TOAST_SETTING until the next reset.
-HRESULT SimRuntime_SetToastSetting(INT32 setting);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetToastSetting(INT32 setting);
 // How many shown toasts the centre keeps from now on (at least 1) until the
 // next reset; it wins over SIMRUNTIME_TOAST_HISTORY_LIMIT (ToastHistoryLimit.h).
-HRESULT SimRuntime_SetToastHistoryLimit(UINT32 limit);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetToastHistoryLimit(UINT32 limit);
 }
 
 namespace sim_control {

@@ -13,7 +13,7 @@
 extern "C" {
 // The `index`-th file moved to a recycle folder since the last reset: its
 // path before and its path in the recycle folder. S_FALSE past the end.
-HRESULT SimRuntime_RecycledItem(UINT32 index, HSTRING* original, HSTRING* inBin);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_RecycledItem(UINT32 index, HSTRING* original, HSTRING* inBin);
 }
 
 namespace sim_control {

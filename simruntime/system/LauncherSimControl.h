@@ -21,10 +21,10 @@ extern "C" {
 // The `index`-th URI launched since the last reset, as its handler received
 // it (the raw text); S_FALSE and null past the end. Refused and failed
 // launches are not recorded.
-HRESULT SimRuntime_LaunchedUri(UINT32 index, HSTRING* uri);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_LaunchedUri(UINT32 index, HSTRING* uri);
 // Every launch from now on yields `launched`, or, when `failure` is an error,
 // ends as Error with it.
-HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure);
 }
 
 namespace sim_control {

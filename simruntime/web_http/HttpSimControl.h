@@ -15,7 +15,7 @@
 extern "C" {
 // The `index`-th line since the last reset, "POST <uri> <status>" or "GET <uri> <status>"
 // per hop, "credential prompt for <uri>: <challenge>"; S_FALSE and null past the end.
-HRESULT SimRuntime_HttpFilterRecord(UINT32 index, HSTRING* line);
+SIMRUNTIME_EXPORT HRESULT SimRuntime_HttpFilterRecord(UINT32 index, HSTRING* line);
 }
 
 namespace sim_control {
