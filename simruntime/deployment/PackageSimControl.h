@@ -16,11 +16,13 @@
 
 extern "C" {
 // Adds a registration for the current user, after those already there.
-SIMRUNTIME_EXPORT HRESULT SimRuntime_RegisterPackage(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName,
-                                   UINT16 major, UINT16 minor, UINT16 build, UINT16 revision);
+SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_RegisterPackage(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName, UINT16 major,
+                               UINT16 minor, UINT16 build, UINT16 revision);
 // The identity that adding any existing package file registers.
-SIMRUNTIME_EXPORT HRESULT SimRuntime_SetPackageInFile(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName,
-                                    UINT16 major, UINT16 minor, UINT16 build, UINT16 revision);
+SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_SetPackageInFile(const wchar_t* name, const wchar_t* publisher, const wchar_t* fullName, UINT16 major,
+                                UINT16 minor, UINT16 build, UINT16 revision);
 // The next add operation completes without registering: IsRegistered false,
 // with this ExtendedErrorCode and ErrorText. Queued reports are used in order.
 SIMRUNTIME_EXPORT HRESULT SimRuntime_QueueUnregisteredDeployment(HRESULT extendedErrorCode, const wchar_t* errorText);

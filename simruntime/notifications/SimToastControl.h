@@ -22,14 +22,17 @@ SIMRUNTIME_EXPORT HRESULT SimRuntime_ShownToastCount(UINT32* count);
 // returns its length and copies what fits, terminated, into `buffer`.
 SIMRUNTIME_EXPORT UINT32 SimRuntime_ShownToastText(UINT32 index, UINT32 field, wchar_t* buffer, UINT32 capacity);
 // SuppressPopup and ExpirationTime (DateTime ticks) as they were at Show.
-SIMRUNTIME_EXPORT HRESULT SimRuntime_ShownToastFlags(UINT32 index, BOOL* suppressPopup, BOOL* hasExpiration, INT64* expirationTime);
+SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_ShownToastFlags(UINT32 index, BOOL* suppressPopup, BOOL* hasExpiration, INT64* expirationTime);
 // Handlers registered now on shown toast `index`.
-SIMRUNTIME_EXPORT HRESULT SimRuntime_ToastHandlerCounts(UINT32 index, UINT32* activated, UINT32* dismissed, UINT32* failed);
+SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_ToastHandlerCounts(UINT32 index, UINT32* activated, UINT32* dismissed, UINT32* failed);
 // Raise an event of shown toast `index` on another thread and wait for its
 // handlers; `handlersResult` is the first failure a handler returned.
 // A null `replyText` leaves the user input empty; otherwise it holds "textBox".
-SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, const wchar_t* replyText,
-                                       HRESULT* handlersResult);
+SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_RaiseToastActivated(UINT32 index, const wchar_t* arguments, const wchar_t* replyText,
+                                   HRESULT* handlersResult);
 SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastDismissed(UINT32 index, INT32 reason, HRESULT* handlersResult);
 SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastFailed(UINT32 index, HRESULT errorCode, HRESULT* handlersResult);
 // Whether the platform dropped shown toast `index`: its notifier's application
@@ -40,7 +43,8 @@ SIMRUNTIME_EXPORT HRESULT SimRuntime_ShownToastDiscarded(UINT32 index, BOOL* dis
 // once on two threads, and returns only after both handlers ran.
 SIMRUNTIME_EXPORT HRESULT SimRuntime_RaceEventsOnNextShow(const wchar_t* arguments, INT32 reason);
 // The same race on shown toast `index`.
-SIMRUNTIME_EXPORT HRESULT SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult);
+SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_RaiseToastRace(UINT32 index, const wchar_t* arguments, INT32 reason, HRESULT* handlersResult);
 // The next call of `method` lets a C++ exception out (L"ToastNotifier.Show").
 SIMRUNTIME_EXPORT HRESULT SimRuntime_ThrowFromNextCall(const wchar_t* method);
 // ToastNotifier.Setting from now on (a NotificationSetting value); it wins over

@@ -1,7 +1,7 @@
 #pragma once
 // A simulated Windows.UI.Notifications.ToastNotification: what the module set
 // on it, the handlers registered for its events, and the raising of those
-// events as the notification platform does it, on a thread of its own.
+// events as the notification platform does it, on a thread other than the caller's.
 #include <windows.h>
 
 #include <cstdint>
@@ -61,12 +61,12 @@ public:
 
     toast_handler_counts handler_counts();
 
-    // Each calls the handlers registered at the time, on a new thread, and
+    // Each calls the handlers registered at the time on a pool thread and
     // waits for them; the result is the first failure a handler returned.
     HRESULT raise_activated(const std::wstring& arguments, const std::optional<std::wstring>& reply_text);
     HRESULT raise_dismissed(rt::ToastDismissalReason reason);
     HRESULT raise_failed(HRESULT error_code);
-    // Activated and Dismissed at the same moment, on two threads, as the
+    // Activated and Dismissed at the same moment, on two pool threads, as the
     // platform may deliver them; waits for both.
     HRESULT raise_racing(const std::wstring& arguments, rt::ToastDismissalReason reason);
 

@@ -16,7 +16,8 @@ HRESULT MakeToastTemplateContent(int32_t templateType, rt::IXmlDocument** docume
 
 // Exported by SimRuntime.dll, so that tests get the same skeletons without
 // going through the toast manager.
-extern "C" SIMRUNTIME_EXPORT HRESULT SimRuntime_MakeToastTemplateContent(INT32 templateType, rt::IXmlDocument** document);
+extern "C" SIMRUNTIME_EXPORT HRESULT
+    SimRuntime_MakeToastTemplateContent(INT32 templateType, rt::IXmlDocument** document);
 
 namespace sim_control {
 
