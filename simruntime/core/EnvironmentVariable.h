@@ -8,12 +8,14 @@
 
 namespace sim {
 
-// The value of `name`, nothing when it is not set.
+// The value of `name`, nothing when it is not set or set to nothing (as a
+// test that clears a variable may leave it).
 inline std::optional<std::wstring> environment_variable(const wchar_t* name) {
     const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
-    if (size == 0) return std::nullopt;
+    if (size <= 1) return std::nullopt;
     std::wstring value(size, L'\0');
     value.resize(GetEnvironmentVariableW(name, value.data(), size));
+    if (value.empty()) return std::nullopt;
     return value;
 }
 

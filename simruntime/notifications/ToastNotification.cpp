@@ -299,16 +299,25 @@ HRESULT toast_notification::raise_racing(const std::wstring& arguments, rt::Toas
         return HRESULT_FROM_WIN32(GetLastError());
     }
     HRESULT activated_result = S_OK, dismissed_result = S_OK;
-    sim::run_on_pool([&] {
-        WaitForSingleObject(start.get(), INFINITE);
-        activated_result = invoke_all(activated, activated_arguments);
-        SetEvent(activated_done.get());
-    });
-    sim::run_on_pool([&] {
-        WaitForSingleObject(start.get(), INFINITE);
-        dismissed_result = invoke_all(dismissed, dismissed_arguments);
-        SetEvent(dismissed_done.get());
-    });
+    bool activated_submitted = false;
+    try {
+        sim::run_on_pool([&] {
+            WaitForSingleObject(start.get(), INFINITE);
+            activated_result = invoke_all(activated, activated_arguments);
+            SetEvent(activated_done.get());
+        });
+        activated_submitted = true;
+        sim::run_on_pool([&] {
+            WaitForSingleObject(start.get(), INFINITE);
+            dismissed_result = invoke_all(dismissed, dismissed_arguments);
+            SetEvent(dismissed_done.get());
+        });
+    } catch (...) {
+        // A submitted item uses this frame: it has to end before the frame does.
+        SetEvent(start.get());
+        if (activated_submitted) WaitForSingleObject(activated_done.get(), INFINITE);
+        throw;
+    }
     SetEvent(start.get());
     const HANDLE done[] = {activated_done.get(), dismissed_done.get()};
     WaitForMultipleObjects(2, done, TRUE, INFINITE);
