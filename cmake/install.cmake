@@ -9,9 +9,9 @@ install(TARGETS NotificationAPI notificationapi_header EXPORT NotificationAPITar
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT module)
 install(FILES "${PROJECT_SOURCE_DIR}/include/NotificationAPI.h" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
         COMPONENT module)
-# The stand-in of the notification package, where the module looks for it.
-install(FILES "$<TARGET_FILE_DIR:NotificationAPI>/Orvale.Notification.msix" DESTINATION "${CMAKE_INSTALL_BINDIR}"
-        COMPONENT module)
+# No package file: the build's Orvale.Notification.msix is an empty stand-in for
+# the tests, and an installer taking it would ship it or overwrite the client's
+# signed package beside the module.
 if(ORVALE_SPLIT_DEBUG_INFO AND NOT MSVC)
   install(FILES "$<TARGET_FILE:NotificationAPI>.debug" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT symbols)
 elseif(MSVC)

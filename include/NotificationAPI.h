@@ -35,7 +35,13 @@ extern "C" {
 #endif
 
 /* The host's entry: runs the one job its process command line names. Its four
- * arguments are the host's own loader arguments, handed on unchanged. */
+ * arguments are the host's own loader arguments, handed on unchanged. Every
+ * failure of the job is logged and reported, not returned; the one exception
+ * is the closing drain's join of the report threads: its error (a C++
+ * std::system_error: resource deadlock when called from a report thread
+ * itself, no such process when a join fails) leaves this function as it is.
+ * A C++ host that wants to survive it catches std::system_error around the
+ * call; otherwise it ends the host process. */
 NOTIFICATIONAPI_API void Orvale_LoadModule_WinMain(HINSTANCE instance, HINSTANCE previousInstance,
                                                    LPWSTR commandLine, int showCommand);
 

@@ -11,6 +11,15 @@ consumer="$build/consumer"
 
 rm -rf "$prefix"
 cmake --install "$build" --prefix "$prefix" | grep -v -- '-- Up-to-date\|-- Installing'
+# What the client's installer takes must not carry a package file: the client
+# puts its real, signed one beside the module.
+module_only="$build/install-module"
+rm -rf "$module_only"
+cmake --install "$build" --prefix "$module_only" --component module >/dev/null
+if find "$module_only" -iname '*.msix' | grep .; then
+  echo "the module component holds a package file" >&2
+  exit 1
+fi
 # A cross build reaches the package by its folder: the toolchain confines
 # find_package to the target's root paths.
 cmake -S tests/consumer -B "$consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
