@@ -78,21 +78,29 @@ rt::com_ptr<rt::IIterable<rt::Package>> FindNotificationPackages(rt::IPackageMan
     return packages;
 }
 
-std::optional<rt::PackageVersion> FirstNotificationPackageVersion() {
+rt::com_ptr<rt::IPackage> FirstNotificationPackage() {
     const auto packages = FindNotificationPackages(CreatePackageManager().get());
     rt::com_ptr<rt::IIterator<rt::Package>> position;
     rt::check(packages->First(position.put()));
     boolean hasCurrent = 0;
     rt::check(position->get_HasCurrent(&hasCurrent));
-    if (!hasCurrent) return std::nullopt;
-
     rt::com_ptr<rt::IPackage> package;
-    rt::check(position->get_Current(package.put()));
+    if (hasCurrent) rt::check(position->get_Current(package.put()));
+    return package;
+}
+
+rt::PackageVersion PackageVersionOf(rt::IPackage* package) {
     rt::com_ptr<rt::IPackageId> id;
     rt::check(package->get_Id(id.put()));
     rt::PackageVersion version{};
     rt::check(id->get_Version(&version));
     return version;
+}
+
+std::optional<rt::PackageVersion> FirstNotificationPackageVersion() {
+    const auto package = FirstNotificationPackage();
+    if (!package) return std::nullopt;
+    return PackageVersionOf(package.get());
 }
 
 std::optional<rt::PackageVersion> QueryInstalledNotificationPackageVersion() {

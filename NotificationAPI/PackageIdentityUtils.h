@@ -28,6 +28,12 @@ rt::com_ptr<rt::IPackageManager> CreatePackageManager();
 // package manager's order. Throws rt::hresult_error.
 rt::com_ptr<rt::IIterable<rt::Package>> FindNotificationPackages(rt::IPackageManager* packageManager);
 
+// The first registration; null when there is none. Throws rt::hresult_error.
+rt::com_ptr<rt::IPackage> FirstNotificationPackage();
+
+// Throws rt::hresult_error.
+rt::PackageVersion PackageVersionOf(rt::IPackage* package);
+
 // The version of the first registration; empty when there is none. Throws rt::hresult_error.
 std::optional<rt::PackageVersion> FirstNotificationPackageVersion();
 

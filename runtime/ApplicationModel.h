@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "Collections.h"
+#include "Foundation.h"
 #include "Guid.h"
 #include "Signature.h"
 
@@ -62,5 +63,33 @@ struct IPackage : IInspectable {
 
 struct Package : runtime_class<"Windows.ApplicationModel.Package", IPackage> {};
 struct PackageId : runtime_class<"Windows.ApplicationModel.PackageId", IPackageId> {};
+
+// A snapshot: read IPackage3::get_Status again for the current state. Agile.
+struct IPackageStatus : IInspectable {
+    static constexpr GUID iid = guid("5fe74f71-a365-4c09-a02d-046d525ea1da");
+    virtual HRESULT STDMETHODCALLTYPE VerifyIsOK(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_NotAvailable(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_PackageOffline(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_DataOffline(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Disabled(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_NeedsRemediation(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_LicenseIssue(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Modified(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Tampered(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_DependencyIssue(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_Servicing(boolean* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_DeploymentInProgress(boolean* value) = 0;
+};
+
+// Only its slot is needed here: an IAsyncOperation<IVectorView<AppListEntry>>.
+struct IAppListEntriesOperation;
+
+// Reached from IPackage by QueryInterface.
+struct IPackage3 : IInspectable {
+    static constexpr GUID iid = guid("5f738b61-f86a-4917-93d1-f1ee9d3b35d9");
+    virtual HRESULT STDMETHODCALLTYPE get_Status(IPackageStatus** value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_InstalledDate(DateTime* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetAppListEntriesAsync(IAppListEntriesOperation** operation) = 0;
+};
 
 }  // namespace rt

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "PackageStatus.h"
+#include "PackageTable.h"
 #include "SimCall.h"
 #include "SimMethods.h"
 #include "SimObject.h"
@@ -44,11 +46,12 @@ private:
     const sim::package_identity identity_;
 };
 
-class package final : public sim::object<package, rt::IPackage> {
+class package final : public sim::object<package, rt::IPackage, rt::IPackage3> {
 public:
     static constexpr const wchar_t* runtime_class_name = L"Windows.ApplicationModel.Package";
 
-    explicit package(const sim::package_identity& identity) : id_(sim::make<package_id>(identity)) {}
+    explicit package(const sim::package_identity& identity)
+        : id_(sim::make<package_id>(identity)), fullName_(identity.fullName), statesWhenFound_(identity.states) {}
 
     HRESULT STDMETHODCALLTYPE get_Id(rt::IPackageId** value) override {
         if (!value) return E_POINTER;
@@ -65,8 +68,26 @@ public:
         return not_simulated(L"Package.get_Dependencies");
     }
 
+    // "Package.Status Property": "the current status of the package for the user", so it is read when
+    // asked for; a registration removed since the package was found keeps the states it had then.
+    HRESULT STDMETHODCALLTYPE get_Status(rt::IPackageStatus** value) override {
+        if (!value) return E_POINTER;
+        return sim::run_call(L"Package.get_Status", L"", [&] {
+            const std::uint32_t states = sim::registered_package_states(fullName_).value_or(statesWhenFound_);
+            *value = sim::make_package_status(states).detach();
+        });
+    }
+    HRESULT STDMETHODCALLTYPE get_InstalledDate(rt::DateTime*) override {
+        return not_simulated(L"Package.get_InstalledDate");
+    }
+    HRESULT STDMETHODCALLTYPE GetAppListEntriesAsync(rt::IAppListEntriesOperation**) override {
+        return not_simulated(L"Package.GetAppListEntriesAsync");
+    }
+
 private:
     const rt::com_ptr<package_id> id_;
+    const std::wstring fullName_;
+    const std::uint32_t statesWhenFound_;
 };
 
 }  // namespace

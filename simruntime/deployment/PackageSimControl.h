@@ -43,6 +43,10 @@ SIMRUNTIME_EXPORT HRESULT SimRuntime_SetPackageProcesses(const wchar_t* name, co
 SIMRUNTIME_EXPORT HRESULT SimRuntime_SetAddRules(BOOL refuseRegisteredVersion, BOOL fileNeedsExternalLocation);
 // Cancel on a package operation ends it as Canceled only this long after the request.
 SIMRUNTIME_EXPORT HRESULT SimRuntime_SetDeploymentCancelDelayMs(UINT32 delayMs);
+// The states (sim_control::package_state bits) that Package.Status reports
+// for the registration of that full name from now on; 0: OK. Kept with the
+// registration, in the table file too, until an add replaces it.
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetPackageStatus(const wchar_t* fullName, UINT32 states);
 // The `index`-th record of `kind` since the last reset: 0 a process an add
 // shut down, 1 the full name of a package registered without identity;
 // S_FALSE and null past the end.
@@ -105,6 +109,25 @@ inline void set_add_rules(const add_rules& rules) {
 
 inline void set_deployment_cancel_delay_ms(UINT32 delayMs) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_SetDeploymentCancelDelayMs)(delayMs), "SimRuntime_SetDeploymentCancelDelayMs");
+}
+
+// What the leaf properties of PackageStatus report, one bit each; the
+// aggregate ones (NotAvailable, NeedsRemediation, Servicing, VerifyIsOK)
+// follow from them.
+enum package_state : std::uint32_t {
+    package_offline = 1u << 0,
+    data_offline = 1u << 1,
+    disabled = 1u << 2,
+    license_issue = 1u << 3,
+    modified = 1u << 4,
+    tampered = 1u << 5,
+    dependency_issue = 1u << 6,
+    deployment_in_progress = 1u << 7,
+};
+inline constexpr std::uint32_t any_package_state = (deployment_in_progress << 1) - 1;
+
+inline void set_package_status(const std::wstring& fullName, std::uint32_t states) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetPackageStatus)(fullName.c_str(), states), "SimRuntime_SetPackageStatus");
 }
 
 namespace package_detail {

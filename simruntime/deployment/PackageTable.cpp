@@ -97,6 +97,14 @@ std::vector<package_identity> find_packages(std::wstring_view userSecurityId, st
     return found;
 }
 
+std::optional<std::uint32_t> registered_package_states(std::wstring_view fullName) {
+    std::lock_guard lock(state_mutex());
+    for (const auto& package : current_table().registered) {
+        if (package.fullName == fullName) return package.states;
+    }
+    return std::nullopt;
+}
+
 // The rules an add meets, in the order the platform applies them.
 void register_package_from_file(const add_request& request) {
     std::lock_guard lock(state_mutex());
@@ -226,6 +234,17 @@ extern "C" __declspec(dllexport) HRESULT SimRuntime_SetAddRules(BOOL refuseRegis
 
 extern "C" __declspec(dllexport) HRESULT SimRuntime_SetDeploymentCancelDelayMs(UINT32 delayMs) {
     return change_table([&](package_table& current) { current.cancelDelayMs = delayMs; });
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_SetPackageStatus(const wchar_t* fullName, UINT32 states) {
+    if (!fullName) return E_POINTER;
+    return change_table([&](package_table& current) {
+        if ((states & ~sim_control::any_package_state) != 0) throw rt::hresult_error(E_INVALIDARG);
+        const auto registration = std::ranges::find_if(
+            current.registered, [&](const sim::package_identity& package) { return package.fullName == fullName; });
+        if (registration == current.registered.end()) throw rt::hresult_error(E_INVALIDARG);
+        registration->states = states;
+    });
 }
 
 extern "C" __declspec(dllexport) HRESULT SimRuntime_AddRecord(UINT32 kind, UINT32 index, HSTRING* text) {

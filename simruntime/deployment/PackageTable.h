@@ -5,6 +5,7 @@
 // file, the registrations and the package file's identity are kept there
 // (PackageTableFile.h), read before and written after every operation.
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,9 @@ namespace sim {
 // security id is the empty string.
 std::vector<package_identity> find_packages(std::wstring_view userSecurityId, std::wstring_view name,
                                             std::wstring_view publisher);
+
+// The states of the registration with that full name; nullopt when there is none.
+std::optional<std::uint32_t> registered_package_states(std::wstring_view fullName);
 
 // What an add asked for, as its AddPackageOptions say.
 struct add_request {

@@ -10,12 +10,14 @@
 #include <string_view>
 
 #include "EnvironmentVariable.h"
+#include "PackageStatus.h"
 #include "RuntimeError.h"
 
 namespace {
 
 constexpr wchar_t kTableFileVariable[] = L"SIMRUNTIME_PACKAGE_TABLE_FILE";
-// One identity a line: kind, name, publisher, full name and version, separated by tabs.
+// One identity a line: kind, name, publisher, full name, version and, for a
+// registration that is not OK, its states ("Tampered,Disabled"), separated by tabs.
 constexpr wchar_t kRegisteredKind[] = L"registered";
 constexpr wchar_t kInFileKind[] = L"in-file";
 
@@ -67,21 +69,27 @@ void write_text_atomically(const std::wstring& path, std::wstring_view text) {
 void write_line(std::wostringstream& out, const wchar_t* kind, const sim::package_identity& identity) {
     const rt::PackageVersion& v = identity.version;
     out << kind << L'\t' << identity.name << L'\t' << identity.publisher << L'\t' << identity.fullName << L'\t'
-        << v.Major << L'.' << v.Minor << L'.' << v.Build << L'.' << v.Revision << L'\n';
+        << v.Major << L'.' << v.Minor << L'.' << v.Build << L'.' << v.Revision;
+    if (identity.states != 0) out << L'\t' << sim::package_state_names(identity.states);
+    out << L'\n';
 }
 
-// Lines that do not have the five fields are skipped.
+// Lines without the five fields, or with states the table does not know, are skipped.
 void read_line(const std::wstring& line, sim::stored_packages& packages) {
     std::wistringstream in(line);
-    std::wstring kind, version;
+    std::wstring kind, version, states;
     sim::package_identity identity;
     if (!std::getline(in, kind, L'\t') || !std::getline(in, identity.name, L'\t') ||
         !std::getline(in, identity.publisher, L'\t') || !std::getline(in, identity.fullName, L'\t') ||
-        !std::getline(in, version)) {
+        !std::getline(in, version, L'\t')) {
         return;
     }
     rt::PackageVersion& v = identity.version;
     if (std::swscanf(version.c_str(), L"%hu.%hu.%hu.%hu", &v.Major, &v.Minor, &v.Build, &v.Revision) != 4) return;
+    std::getline(in, states);
+    const auto known = sim::package_states_from_names(states);
+    if (!known) return;
+    identity.states = *known;
     if (kind == kRegisteredKind) packages.registered.push_back(std::move(identity));
     if (kind == kInFileKind) packages.inFile = std::move(identity);
 }

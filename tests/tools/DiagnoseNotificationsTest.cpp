@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -23,6 +24,8 @@ namespace {
 
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
+const std::wstring kPackageFullName = std::wstring(kNotificationPackageName) + L"_2.0.0.0_x64__n";
+
 class DiagnoseNotificationsTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -38,8 +41,7 @@ protected:
     // being posted right now next to one waiting.
     void MakeHealthy() {
         ASSERT_EQ(ERROR_SUCCESS, notification_wrapper::register_app_id(L"Malvorn Video", diagnose::kAppId));
-        sim_control::register_package({kNotificationPackageName, kNotificationPackagePublisher,
-                                       std::wstring(kNotificationPackageName) + L"_2.0.0.0_x64__n", 2});
+        sim_control::register_package({kNotificationPackageName, kNotificationPackagePublisher, kPackageFullName, 2});
         AddReportFile(L"100.json");
         AddClaim(10);
     }
@@ -93,6 +95,21 @@ TEST_F(DiagnoseNotificationsTest, MissingPackageFailsThePackageAndItsProtocol) {
     sim_control::reset();
     ExpectFailures(Diagnose(), {"FAIL package: 4E7A21C9.store is not registered",
                                 "FAIL protocol: orvale-notification: no application installed for it"});
+}
+
+// Registered but not OK, a state of each group: the line names every status property that is set.
+TEST_F(DiagnoseNotificationsTest, RegisteredPackageThatIsNotOkFailsWithItsState) {
+    MakeHealthy();
+    const std::pair<std::uint32_t, const char*> states[] = {
+        {sim_control::tampered, "NeedsRemediation, Tampered"},
+        {sim_control::disabled, "NotAvailable, Disabled, NeedsRemediation"},
+        {sim_control::deployment_in_progress, "Servicing, DeploymentInProgress"},
+    };
+    for (const auto& [state, names] : states) {
+        sim_control::set_package_status(kPackageFullName, state);
+        ExpectFailures(Diagnose(), {std::string("FAIL package: 4E7A21C9.store registered, version 2.0.0.0, but not "
+                                                "usable (") + names + "): its background tasks would not run"});
+    }
 }
 
 TEST_F(DiagnoseNotificationsTest, DeletedIdentityKeyFailsTheIdentity) {

@@ -1,6 +1,9 @@
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "Activation.h"
+#include "ApplicationModel.h"
 #include "AsyncWait.h"
 #include "ClassNames.h"
 #include "DiagnosticChecks.h"
@@ -54,16 +57,56 @@ rt::LaunchQuerySupportStatus QueryProtocolSupport() {
     return status;
 }
 
+using StatusGetter = HRESULT (STDMETHODCALLTYPE rt::IPackageStatus::*)(boolean*);
+
+// In the interface's order: each group comes before the states it gathers.
+constexpr std::pair<const char*, StatusGetter> kStatusProperties[] = {
+    {"NotAvailable", &rt::IPackageStatus::get_NotAvailable},
+    {"PackageOffline", &rt::IPackageStatus::get_PackageOffline},
+    {"DataOffline", &rt::IPackageStatus::get_DataOffline},
+    {"Disabled", &rt::IPackageStatus::get_Disabled},
+    {"NeedsRemediation", &rt::IPackageStatus::get_NeedsRemediation},
+    {"LicenseIssue", &rt::IPackageStatus::get_LicenseIssue},
+    {"Modified", &rt::IPackageStatus::get_Modified},
+    {"Tampered", &rt::IPackageStatus::get_Tampered},
+    {"DependencyIssue", &rt::IPackageStatus::get_DependencyIssue},
+    {"Servicing", &rt::IPackageStatus::get_Servicing},
+    {"DeploymentInProgress", &rt::IPackageStatus::get_DeploymentInProgress},
+};
+
+// Empty when the package may be used; else the names of the status properties that are set.
+std::string UnusableState(rt::IPackage* package) {
+    rt::com_ptr<rt::IPackageStatus> status;
+    rt::check(rt::com_ptr<rt::IPackage>::copy_from(package).As<rt::IPackage3>()->get_Status(status.put()));
+    boolean ok = 0;
+    rt::check(status->VerifyIsOK(&ok));
+    if (ok) return {};
+    std::string names;
+    for (const auto& [name, getter] : kStatusProperties) {
+        boolean set = 0;
+        rt::check((status.get()->*getter)(&set));
+        if (set) names += names.empty() ? name : fmt::format(", {}", name);
+    }
+    return names.empty() ? "VerifyIsOK false" : names;
+}
+
 CheckLine PackageLine() {
     try {
-        const auto version = FirstNotificationPackageVersion();
-        if (!version) {
+        const auto package = FirstNotificationPackage();
+        if (!package) {
             return {Verdict::Fail, "package",
                     fmt::format("{} is not registered for this user", viewer::Utf8(kNotificationPackageName))};
         }
-        return {Verdict::Ok, "package",
-                fmt::format("{} registered, version {}.{}.{}.{}", viewer::Utf8(kNotificationPackageName),
-                            version->Major, version->Minor, version->Build, version->Revision)};
+        const rt::PackageVersion version = PackageVersionOf(package.get());
+        const std::string registered = fmt::format("{} registered, version {}.{}.{}.{}",
+                                                   viewer::Utf8(kNotificationPackageName), version.Major,
+                                                   version.Minor, version.Build, version.Revision);
+        // A registration that is not OK runs none of the package's code, its background tasks included.
+        if (const std::string state = UnusableState(package.get()); !state.empty()) {
+            return {Verdict::Fail, "package",
+                    fmt::format("{}, but not usable ({}): its background tasks would not run", registered, state)};
+        }
+        return {Verdict::Ok, "package", registered};
     } catch (const rt::hresult_error& error) {
         return {Verdict::Fail, "package", fmt::format("the package manager failed: 0x{:08X}",
                                                       static_cast<std::uint32_t>(error.code()))};
