@@ -31,28 +31,30 @@ public:
     static constexpr const wchar_t* runtime_class_name = rt::class_name::Uri;
 
     explicit uri(sim::uri_parts parts)
-        : parts_(std::move(parts)), absolute_(sim::absolute_uri(parts_)), display_(sim::display_uri(parts_)) {}
+        : parts_(std::move(parts)), absolute_(sim::absolute_uri(parts_)), displayIri_(sim::display_iri(parts_)) {}
 
     HRESULT STDMETHODCALLTYPE get_AbsoluteUri(HSTRING* value) override {
         return text_result(L"Uri.get_AbsoluteUri", absolute_, value);
     }
     HRESULT STDMETHODCALLTYPE get_DisplayUri(HSTRING* value) override {
-        return text_result(L"Uri.get_DisplayUri", display_, value);
+        return text_result(L"Uri.get_DisplayUri", sim::canonical_form(displayIri_), value);
     }
     HRESULT STDMETHODCALLTYPE get_Domain(HSTRING*) override { return not_simulated(L"Uri.get_Domain"); }
     HRESULT STDMETHODCALLTYPE get_Extension(HSTRING* value) override {
         return text_result(L"Uri.get_Extension", sim::path_extension(parts_.path), value);
     }
     HRESULT STDMETHODCALLTYPE get_Fragment(HSTRING* value) override {
-        return text_result(L"Uri.get_Fragment", parts_.fragment, value);
+        return text_result(L"Uri.get_Fragment", sim::canonical_form(parts_.fragment), value);
     }
     HRESULT STDMETHODCALLTYPE get_Host(HSTRING* value) override { return text_result(L"Uri.get_Host", parts_.host, value); }
     HRESULT STDMETHODCALLTYPE get_Password(HSTRING* value) override {
         return text_result(L"Uri.get_Password", parts_.password, value);
     }
-    HRESULT STDMETHODCALLTYPE get_Path(HSTRING* value) override { return text_result(L"Uri.get_Path", parts_.path, value); }
+    HRESULT STDMETHODCALLTYPE get_Path(HSTRING* value) override {
+        return text_result(L"Uri.get_Path", sim::canonical_form(parts_.path), value);
+    }
     HRESULT STDMETHODCALLTYPE get_Query(HSTRING* value) override {
-        return text_result(L"Uri.get_Query", parts_.query, value);
+        return text_result(L"Uri.get_Query", sim::canonical_form(parts_.query), value);
     }
     HRESULT STDMETHODCALLTYPE get_QueryParsed(rt::IWwwFormUrlDecoderRuntimeClass**) override {
         return not_simulated(L"Uri.get_QueryParsed");
@@ -88,10 +90,10 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE get_AbsoluteCanonicalUri(HSTRING* value) override {
-        return text_result(L"Uri.get_AbsoluteCanonicalUri", absolute_, value);
+        return text_result(L"Uri.get_AbsoluteCanonicalUri", sim::canonical_form(absolute_), value);
     }
     HRESULT STDMETHODCALLTYPE get_DisplayIri(HSTRING* value) override {
-        return text_result(L"Uri.get_DisplayIri", display_, value);
+        return text_result(L"Uri.get_DisplayIri", displayIri_, value);
     }
 
     HRESULT STDMETHODCALLTYPE ToString(HSTRING* value) override { return text_result(L"Uri.ToString", absolute_, value); }
@@ -99,7 +101,7 @@ public:
 private:
     const sim::uri_parts parts_;
     const std::wstring absolute_;
-    const std::wstring display_;
+    const std::wstring displayIri_;
 };
 
 class uri_factory final

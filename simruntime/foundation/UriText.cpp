@@ -18,11 +18,11 @@ std::string to_utf8(std::wstring_view text) {
     return bytes;
 }
 
-std::wstring from_utf8(std::string_view bytes) {
+std::wstring from_code_page(UINT codePage, std::string_view bytes) {
     if (bytes.empty()) return {};
-    const int size = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
+    const int size = MultiByteToWideChar(codePage, 0, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
     std::wstring text(static_cast<std::size_t>(size), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(), size);
+    MultiByteToWideChar(codePage, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(), size);
     return text;
 }
 
@@ -60,6 +60,25 @@ std::wstring percent_encode(std::wstring_view text, Keep keep) {
 }
 
 std::wstring canonical(std::wstring_view text) { return percent_encode(text, is_uri_character); }
+
+bool is_international(wchar_t c) { return c >= 0x80; }
+
+// "Uri Class": Windows.Foundation.Uri "doesn't percent-encode non-ASCII characters" where the scheme
+// refers to a Windows file path; "Uri.AbsoluteUri Property": the absolute form "might actually be an
+// IRI". No page says for which other schemes it is, so international characters are kept in every
+// scheme, the form a caller is least ready for; only "Uri.AbsoluteCanonicalUri Property" promises
+// "all non-US ASCII characters represented as percent-encoded UTF-8". Punycode hosts are not simulated.
+std::wstring iri(std::wstring_view text) {
+    std::wstring kept;
+    while (!text.empty()) {
+        const bool international = is_international(text.front());
+        const auto run = static_cast<std::size_t>(
+            std::ranges::find_if(text, [&](wchar_t c) { return is_international(c) != international; }) - text.begin());
+        kept += international ? std::wstring(text.substr(0, run)) : canonical(text.substr(0, run));
+        text.remove_prefix(run);
+    }
+    return kept;
+}
 
 std::wstring lower_case(std::wstring_view text) {
     std::wstring lowered(text);
@@ -133,13 +152,15 @@ std::optional<uri_parts> parse_absolute_uri(std::wstring_view text) {
         }
         if (path.empty()) path = L"/";
     }
-    parts.path = canonical(path);
-    parts.query = canonical(rest.substr(queryStart, fragmentStart - queryStart));
-    parts.fragment = canonical(rest.substr(fragmentStart));
+    parts.path = iri(path);
+    parts.query = iri(rest.substr(queryStart, fragmentStart - queryStart));
+    parts.fragment = iri(rest.substr(fragmentStart));
     return parts;
 }
 
-std::wstring display_uri(const uri_parts& parts) {
+std::wstring canonical_form(std::wstring_view iri) { return canonical(iri); }
+
+std::wstring display_iri(const uri_parts& parts) {
     std::wstring text = parts.scheme + L":";
     if (parts.hasAuthority) {
         text += L"//" + parts.host;
@@ -149,10 +170,10 @@ std::wstring display_uri(const uri_parts& parts) {
 }
 
 std::wstring absolute_uri(const uri_parts& parts) {
-    if (parts.userName.empty() && parts.password.empty()) return display_uri(parts);
+    if (parts.userName.empty() && parts.password.empty()) return display_iri(parts);
     std::wstring userInfo = parts.userName;
     if (!parts.password.empty()) userInfo += L":" + parts.password;
-    std::wstring text = display_uri(parts);
+    std::wstring text = display_iri(parts);
     text.insert(parts.scheme.size() + 3, userInfo + L"@");
     return text;
 }
@@ -173,24 +194,29 @@ int port_number(const uri_parts& parts) {
 
 std::wstring escape_component(std::wstring_view text) { return percent_encode(text, is_unreserved); }
 
+// "Uri Class": Windows.Foundation.Uri "interprets percent-encoding using the user's current codepage",
+// so the UTF-8 that EscapeComponent writes comes back as that code page reads it: the same text only
+// where the code page is UTF-8 (65001).
 std::wstring unescape_component(std::wstring_view text) {
-    const std::string bytes = to_utf8(text);
-    auto hex_value = [](char c) -> int {
-        if (c >= '0' && c <= '9') return c - '0';
-        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    auto hex_value = [](wchar_t c) -> int {
+        if (c >= L'0' && c <= L'9') return c - L'0';
+        if (c >= L'a' && c <= L'f') return c - L'a' + 10;
+        if (c >= L'A' && c <= L'F') return c - L'A' + 10;
         return -1;
     };
-    std::string decoded;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] == '%' && i + 2 < bytes.size() && hex_value(bytes[i + 1]) >= 0 && hex_value(bytes[i + 2]) >= 0) {
-            decoded += static_cast<char>(hex_value(bytes[i + 1]) * 16 + hex_value(bytes[i + 2]));
+    std::wstring decoded;
+    std::string bytes;  // a run of %XX sequences, read together: one character may take several bytes
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == L'%' && i + 2 < text.size() && hex_value(text[i + 1]) >= 0 && hex_value(text[i + 2]) >= 0) {
+            bytes += static_cast<char>(hex_value(text[i + 1]) * 16 + hex_value(text[i + 2]));
             i += 2;
-        } else {
-            decoded += bytes[i];
+            continue;
         }
+        decoded += from_code_page(CP_ACP, bytes);
+        bytes.clear();
+        decoded += text[i];
     }
-    return from_utf8(decoded);
+    return decoded + from_code_page(CP_ACP, bytes);
 }
 
 }  // namespace sim

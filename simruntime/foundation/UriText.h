@@ -15,7 +15,9 @@ struct uri_parts {
     std::wstring password;
     std::wstring host;  // lower case
     std::wstring port;  // digits as written; empty when absent
-    std::wstring path;  // canonical: characters a URI may not hold are percent-encoded
+    // An IRI: ASCII characters a URI may not hold are percent-encoded, others
+    // are kept (canonical_form encodes them).
+    std::wstring path;
     std::wstring query;     // with its '?'
     std::wstring fragment;  // with its '#'
 };
@@ -25,10 +27,15 @@ struct uri_parts {
 // canonicalised, as the platform does for file paths.
 std::optional<uri_parts> parse_absolute_uri(std::wstring_view text);
 
+// International characters kept (AbsoluteUri, ToString).
 std::wstring absolute_uri(const uri_parts& parts);
 
-// The absolute URI without user name and password.
-std::wstring display_uri(const uri_parts& parts);
+// The absolute URI without user name and password, international characters kept (DisplayIri).
+std::wstring display_iri(const uri_parts& parts);
+
+// Every character that is not ASCII becomes %XX of its UTF-8 bytes, upper case
+// (AbsoluteCanonicalUri, DisplayUri, Path, Query, Fragment).
+std::wstring canonical_form(std::wstring_view iri);
 
 // ".msix" for ".../Orvale.Notification.msix"; empty when the last segment has none.
 std::wstring path_extension(std::wstring_view path);
@@ -39,7 +46,8 @@ int port_number(const uri_parts& parts);
 // Every character except A-Z a-z 0-9 - . _ ~ becomes %XX of its UTF-8 bytes, upper case.
 std::wstring escape_component(std::wstring_view text);
 
-// %XX sequences become the UTF-8 bytes they encode; anything else stays.
+// %XX sequences become the bytes they encode, read in the process's ANSI code
+// page; anything else stays.
 std::wstring unescape_component(std::wstring_view text);
 
 }  // namespace sim

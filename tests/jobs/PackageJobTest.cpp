@@ -4,10 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include "Activation.h"
+#include "ClassNames.h"
+#include "Foundation.h"
+#include "HString.h"
 #include "HostLogFile.h"
 #include "JobsTestSupport.h"
 #include "PackageIdentityUtils.h"
 #include "PackageJobs.h"
+#include "RuntimeError.h"
 #include "TestMain.h"
 
 namespace {
@@ -41,18 +46,37 @@ void ExpectInstallReport(const LoopbackCollector& collector, const std::string& 
     EXPECT_EQ(level, ReportLevel(collector, "msix_install", kind));
 }
 
+// What the package gets back from Uri.UnescapeComponent.
+std::wstring UnescapedByThePlatform(const std::string& component) {
+    rt::hstring text;
+    rt::check(rt::get_activation_factory<rt::IUriEscapeStatics>(rt::class_name::Uri)
+                  ->UnescapeComponent(rt::hstring(Utf8ToWideText(component)).get(), text.put()));
+    return text.str();
+}
+
+// Text as the process's ANSI code page reads these bytes.
+std::wstring InAnsiCodePage(const std::string& bytes) {
+    std::wstring text(bytes.size(), L'\0');
+    text.resize(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, bytes.data(), static_cast<int>(bytes.size()),
+                                                        text.data(), static_cast<int>(text.size()))));
+    return text;
+}
+
 TEST_F(PackageJobs, FreshInstallReportsAndRegistersWithTheInstallDirectory) {
     ExperimentConfig config({"1", "1", std::nullopt});
     JobHost host;
-    const HostRun run = host.Run(L"-type 1 -install_dir \"C:\\Program Files\\Orvale\"");
+    const HostRun run = host.Run(L"-type 1 -install_dir \"C:\\Program Files\\\u00d6rvale\"");
     EXPECT_TRUE(EndsWithFlushLines(run.log));
     ASSERT_EQ(3u, collector_.Accepted().size()) << ::testing::PrintToString(AcceptedEventNames(collector_));
     EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
     ExpectInstallReport(collector_, "fresh", S_OK, "", "", "2.0.0.0", "info");
-    EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) + "&install_dir=C%3A%5CProgram%20Files%5COrvale"},
-              host.LaunchedUris());
+    const std::string installDir = "C%3A%5CProgram%20Files%5C%C3%96rvale";
+    EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) + "&install_dir=" + installDir}, host.LaunchedUris());
+    // The package reads it back in the user's code page, not as the UTF-8 it was escaped in (README,
+    // "Platform notes").
+    EXPECT_EQ(L"C:\\Program Files\\" + InAnsiCodePage("\xC3\x96") + L"rvale", UnescapedByThePlatform(installDir));
     EXPECT_NE(nullptr, FindMessage(run.log, EntryLine("Orvale_LoadModule_WinMain: type=1, timeoutMs=10000, "
-                                                      "install_dir='C:\\Program Files\\Orvale'")));
+                                                      "install_dir='C:\\Program Files\\\xC3\x96rvale'")));
     EXPECT_EQ(1u, CountLines(run.log, 1, EntryLine("UWP notification package installed successfully")));
 }
 
