@@ -60,9 +60,8 @@ struct Surface {
     std::uint64_t warmUpCases = 20;
 };
 
-// How many cases and which seed: --fuzz-cases=N / --fuzz-seed=S on the
-// command line, else ORVALE_FUZZ_CASES / ORVALE_FUZZ_SEED, else the surface's
-// short count and seed 1. Read once, at the first call.
+// How many cases and which seed: ORVALE_FUZZ_CASES / ORVALE_FUZZ_SEED, else
+// the surface's short count and seed 1.
 std::uint64_t CaseCount(const Surface& surface);
 std::uint64_t Seed();
 
@@ -74,7 +73,7 @@ std::wstring CorpusFolder(const Surface& surface);
 // limit saves the case to the corpus and ends the process; a gtest failure
 // saves it and ends the campaign. Handle growth past the tolerance, counted
 // every 256 cases (every 4,096 past the first 4,096) and after the last, ends
-// the campaign. Prints the figures of the run.
+// the campaign.
 void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase);
 
 // The count of handles this process holds now.
