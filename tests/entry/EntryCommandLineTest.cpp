@@ -11,12 +11,9 @@ namespace {
 
 // "<level> <message>" of every line the module wrote before its closing phase.
 std::vector<std::string> JobLines(const std::vector<HostLogLine>& log) {
-    std::vector<std::string> lines;
-    for (const auto& line : log) {
-        if (line.function == "InitLogModule" || line.function == "`anonymous-namespace'::FlushLogData") continue;
-        lines.push_back(std::to_string(line.level) + " " + line.message);
-    }
-    return lines;
+    return LevelsAndMessages(log, [](const HostLogLine& line) {
+        return line.function != "InitLogModule" && line.function != "`anonymous-namespace'::FlushLogData";
+    });
 }
 
 const std::string kNoSwitch =

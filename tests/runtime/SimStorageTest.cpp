@@ -14,6 +14,7 @@
 #include "ComPtr.h"
 #include "HString.h"
 #include "SimRuntimeControl.h"
+#include "SimulationTest.h"
 #include "Storage.h"
 #include "StorageSimControl.h"
 #include "TempFolder.h"
@@ -65,10 +66,8 @@ void delete_with_default_options(const std::wstring& path) {
     rt::wait_for_result(deleting.get());
 }
 
-class SimStorage : public ::testing::Test {
+class SimStorage : public SimulationTest {
 protected:
-    void SetUp() override { sim_control::reset(); }
-
     TempFolder temp_;
 };
 

@@ -36,15 +36,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr unsigned kLateAnswerMs = 11000;  // past the module's 10-second POST time-out
 
-std::wstring Variable(const wchar_t* name) {
-    wchar_t value[MAX_PATH] = {};
-    const DWORD length = GetEnvironmentVariableW(name, value, MAX_PATH);
-    return length > 0 && length < MAX_PATH ? std::wstring(value, length) : std::wstring();
-}
-
 long long Setting(const wchar_t* name, long long fallback) {
-    const std::wstring value = Variable(name);
-    return value.empty() ? fallback : std::wcstoll(value.c_str(), nullptr, 10);
+    wchar_t value[32] = {};
+    const DWORD length = GetEnvironmentVariableW(name, value, 32);
+    return length > 0 && length < 32 ? std::wcstoll(value, nullptr, 10) : fallback;
 }
 
 struct SoakSettings {
@@ -64,21 +59,13 @@ public:
           log_(logs + L"\\worker-" + std::to_wstring(number) + L".log"),
           first_(first),
           count_(count) {
-        const std::wstring ownLog = Variable(L"ORVALE_STANDALONE_LOG");
-        SetEnvironmentVariableW(L"ORVALE_STANDALONE_LOG", log_.c_str());
         // Without its trailing backslash, which would escape the closing quote.
         const std::wstring folderArgument = folder.substr(0, folder.find_last_not_of(L'\\') + 1);
-        std::wstring line = L"\"" + BinaryFolder() + L"\\ReportSoakWorker.exe\" \"" + folderArgument + L"\" \"" + record_ +
-                            L"\" " + std::to_wstring(first) + L" " + std::to_wstring(count) + L" " +
-                            std::to_wstring(seed);
-        STARTUPINFOW startup = {sizeof(startup)};
-        PROCESS_INFORMATION process = {};
-        if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-            process_.reset(process.hProcess);
-            UniqueHandle thread(process.hThread);
-            pid_ = process.dwProcessId;
-        }
-        SetEnvironmentVariableW(L"ORVALE_STANDALONE_LOG", ownLog.c_str());
+        const std::wstring line = L"\"" + BinaryFolder() + L"\\ReportSoakWorker.exe\" \"" + folderArgument + L"\" \"" +
+                                  record_ + L"\" " + std::to_wstring(first) + L" " + std::to_wstring(count) + L" " +
+                                  std::to_wstring(seed);
+        process_.reset(StartProcess(line, {{L"ORVALE_STANDALONE_LOG", log_}}));
+        pid_ = process_.valid() ? GetProcessId(process_.get()) : 0;
     }
 
     bool started() const { return process_.valid(); }

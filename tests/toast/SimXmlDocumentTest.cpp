@@ -10,6 +10,7 @@
 
 #include "NotificationTemplate.h"
 #include "SimRuntimeControl.h"
+#include "SimulationTest.h"
 #include "SimToastTemplates.h"
 #include "SimXmlParser.h"
 #include "XmlDocumentText.h"
@@ -44,10 +45,7 @@ rt::com_ptr<rt::IXmlElement> root_of(const rt::com_ptr<rt::IXmlDocument>& docume
     return root;
 }
 
-class SimXmlDocument : public ::testing::Test {
-protected:
-    void SetUp() override { sim_control::reset(); }
-};
+using SimXmlDocument = SimulationTest;
 
 TEST_F(SimXmlDocument, SerialisationEscapesWhatXmlReservesAndLoadsBackTheSame) {
     auto document = xml_document(L"<toast/>");

@@ -9,6 +9,7 @@
 
 #include "NotificationTemplate.h"
 #include "SimRuntimeControl.h"
+#include "SimulationTest.h"
 #include "SimToastTemplates.h"
 #include "ToastCapabilities.h"
 #include "ToastXmlRenderer.h"
@@ -41,10 +42,7 @@ notification_template push_box(const wchar_t* title, const wchar_t* body) {
     return toast;
 }
 
-class ToastXmlRenderer : public ::testing::Test {
-protected:
-    void SetUp() override { sim_control::reset(); }
-};
+using ToastXmlRenderer = SimulationTest;
 
 TEST_F(ToastXmlRenderer, PushBoxInSmallAndBigImageMode) {
     {
