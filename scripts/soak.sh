@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 preset=${PRESET:-release}
 build=${SOAK_BUILD:-build/$preset}
 part=${1:-all}
-fuzzers="fuzz_host_config fuzz_shared_segment fuzz_toast_events fuzz_report_folder"
+fuzzers="fuzz_toast_events fuzz_report_folder"
 
 bash scripts/bootstrap.sh
 cmake --preset "$preset" -B "$build" >/dev/null
