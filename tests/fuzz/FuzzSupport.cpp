@@ -239,6 +239,33 @@ std::string HandleGrowth(const std::map<std::wstring, long>& before) {
     return text;
 }
 
+std::uint64_t CaseCount(const Surface& surface) { return NumberVariable(L"ORVALE_FUZZ_CASES", surface.shortCases); }
+
+std::uint64_t Seed() { return NumberVariable(L"ORVALE_FUZZ_SEED", 1); }
+
+std::wstring CorpusFolder(const Surface& surface) {
+    std::wstring root = Variable(L"ORVALE_FUZZ_CORPUS");
+    if (root.empty()) root = ORVALE_FUZZ_CORPUS_DIR;
+    return root + L"\\" + Utf8ToWideText(surface.name);
+}
+
+long HandleCount() {
+    DWORD count = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) return static_cast<long>(count);
+    return CountOwnHandles();
+}
+
+std::string Hex(std::string_view bytes, std::size_t maxBytes = 64) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size() && i < maxBytes; ++i) {
+        text += digits[static_cast<std::uint8_t>(bytes[i]) >> 4];
+        text += digits[static_cast<std::uint8_t>(bytes[i]) & 0xF];
+    }
+    if (bytes.size() > maxBytes) text += "... (" + std::to_string(bytes.size()) + " bytes)";
+    return text;
+}
+
 std::string GeneratedCase(const Surface& surface, std::uint64_t seed, std::uint64_t index) {
     Random random(seed ^ Fnv1a(surface.name) ^ (index * 0xD1B54A32D192ED03ull));
     return random.Bytes(static_cast<std::size_t>(random.Below(surface.maxCaseBytes + 1)));
@@ -327,37 +354,10 @@ private:
 
 }  // namespace
 
-std::uint64_t CaseCount(const Surface& surface) { return NumberVariable(L"ORVALE_FUZZ_CASES", surface.shortCases); }
-
-std::uint64_t Seed() { return NumberVariable(L"ORVALE_FUZZ_SEED", 1); }
-
-std::wstring CorpusFolder(const Surface& surface) {
-    std::wstring root = Variable(L"ORVALE_FUZZ_CORPUS");
-    if (root.empty()) root = ORVALE_FUZZ_CORPUS_DIR;
-    return root + L"\\" + Utf8ToWideText(surface.name);
-}
-
 void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase) {
     SetUnhandledExceptionFilter(SaveCaseOnCrash);
     std::set_terminate(SaveCaseOnTerminate);
     Campaign(surface, runCase).Execute();
-}
-
-long HandleCount() {
-    DWORD count = 0;
-    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) return static_cast<long>(count);
-    return CountOwnHandles();
-}
-
-std::string Hex(std::string_view bytes, std::size_t maxBytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size() && i < maxBytes; ++i) {
-        text += digits[static_cast<std::uint8_t>(bytes[i]) >> 4];
-        text += digits[static_cast<std::uint8_t>(bytes[i]) & 0xF];
-    }
-    if (bytes.size() > maxBytes) text += "... (" + std::to_string(bytes.size()) + " bytes)";
-    return text;
 }
 
 }  // namespace fuzz
