@@ -1,7 +1,7 @@
 // The simulated XML document where a fault would hide in the toast tests,
 // which compare documents by the text this same document writes and reads:
-// escaping, the loader's refusals, attribute order, and the skeletons of the
-// legacy toast templates.
+// escaping, the loader's refusals and the skeletons of the legacy toast
+// templates. (Attribute order shows in every rendered toast.)
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -31,12 +31,6 @@ HRESULT append(const rt::com_ptr<rt::IXmlElement>& parent, const rt::com_ptr<Chi
 
 void set_attribute(const rt::com_ptr<rt::IXmlElement>& element, const wchar_t* name, const wchar_t* value) {
     rt::check(element->SetAttribute(rt::hstring(name).get(), rt::hstring(value).get()));
-}
-
-std::wstring attribute_of(const rt::com_ptr<rt::IXmlElement>& element, const wchar_t* name) {
-    rt::hstring value;
-    rt::check(element->GetAttribute(rt::hstring(name).get(), value.put()));
-    return value.str();
 }
 
 rt::com_ptr<rt::IXmlElement> root_of(const rt::com_ptr<rt::IXmlDocument>& document) {
@@ -75,18 +69,6 @@ TEST_F(SimXmlDocument, MalformedTextFailsAndLeavesTheDocumentAsItWas) {
     auto document = xml_document(L"<kept/>");
     EXPECT_EQ(load_xml(document, L"<a></b>"), sim::xml::end_tag_mismatch);
     EXPECT_EQ(xml_of(document), L"<kept/>");
-}
-
-TEST_F(SimXmlDocument, SetAttributeKeepsTheOrderOfFirstSettingAndReplacesInPlace) {
-    auto document = xml_document(L"<image id='1' src=''/>");
-    auto image = root_of(document);
-    set_attribute(image, L"placement", L"hero");
-    set_attribute(image, L"src", L"file:///C:\\a.png");
-    EXPECT_EQ(xml_of(document), L"<image id=\"1\" src=\"file:///C:\\a.png\" placement=\"hero\"/>");
-    EXPECT_EQ(attribute_of(image, L"src"), L"file:///C:\\a.png");
-    EXPECT_EQ(attribute_of(image, L"alt"), L"");
-    EXPECT_EQ(image->SetAttribute(rt::hstring(L"").get(), rt::hstring(L"x").get()), E_INVALIDARG);
-    EXPECT_EQ(image->SetAttribute(rt::hstring(L"a b").get(), rt::hstring(L"x").get()), E_INVALIDARG);
 }
 
 // The renderer's tests pin the skeletons they render, name and all (types 1, 4,
