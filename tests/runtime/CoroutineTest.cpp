@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <string>
 
 #include "AsyncOperation.h"
@@ -46,13 +45,6 @@ rt::async_operation<int> Throws(HRESULT code) {
     co_await StartBool(Ends(rt::AsyncStatus::Completed));
     rt::check(code);
     co_return 1;
-}
-
-rt::async_action Chain(std::atomic<int>* steps) {
-    for (int i = 0; i < 3; ++i) {
-        co_await StartBool(Ends(rt::AsyncStatus::Completed, S_OK, 5));
-        ++*steps;
-    }
 }
 
 HRESULT ErrorCodeOf(IUnknown* operation) {
@@ -107,12 +99,4 @@ TEST(Coroutine, AnExceptionLeavingTheBodyEndsTheOperationAsError) {
     EXPECT_EQ(E_INVALIDARG, ErrorCodeOf(operation.get()));
     int value = 0;
     EXPECT_EQ(E_INVALIDARG, operation.get()->GetResults(&value));
-}
-
-TEST(Coroutine, ActionsAwaitInSequenceAndCompleteOnce) {
-    std::atomic<int> steps{0};
-    const auto action = Chain(&steps);
-    EXPECT_EQ(rt::AsyncStatus::Completed, rt::wait_for_status(action.get(), 5000));
-    EXPECT_EQ(3, steps.load());
-    EXPECT_EQ(S_OK, action.get()->GetResults());
 }
