@@ -13,6 +13,7 @@
 #include "SimToastTemplates.h"
 #include "ToastCapabilities.h"
 #include "ToastXmlRenderer.h"
+#include "ToastXmlText.h"
 #include "XmlDocumentText.h"
 
 namespace {
@@ -174,15 +175,7 @@ TEST_F(ToastXmlRenderer, AppLogoSourcesBecomeUris) {
     for (const auto& [logo, uri] : cases) {
         notification_template toast = push_box(L"T", L"B");
         toast.app_logo = logo;
-        const auto document = notification_wrapper::render_toast_xml(toast, kCurrentFlags, kCurrentBuild,
-                                                                     &windows_skeleton);
-        rt::com_ptr<rt::IXmlNodeList> images;
-        rt::check(document->GetElementsByTagName(rt::hstring(L"image").get(), images.put()));
-        rt::com_ptr<rt::IXmlNode> image;
-        rt::check(images->Item(0, image.put()));
-        rt::hstring src;
-        rt::check(image.As<rt::IXmlElement>()->GetAttribute(rt::hstring(L"src").get(), src.put()));
-        EXPECT_EQ(src.str(), uri) << logo;
+        EXPECT_EQ(StartTagsNamed(render(toast), L"image").at(0).Attribute(L"src"), uri) << logo;
     }
 }
 
