@@ -15,6 +15,7 @@
 #include <string>
 
 #include "LoopbackCollector.h"
+#include "LoopbackSocket.h"
 
 namespace {
 
@@ -60,32 +61,29 @@ class TestClient {
 public:
     TestClient(unsigned short port, const std::string& method, const std::string& path, const std::string& body)
         : socket_(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP)) {
+        const SOCKET raw = socket_.get();
         sockaddr_in address = {};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(port);
         const DWORD timeoutMs = 10000;
-        setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeoutMs), sizeof(timeoutMs));
-        EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        setsockopt(raw, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeoutMs), sizeof(timeoutMs));
+        EXPECT_EQ(connect(raw, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
         const std::string request = method + " " + path + " HTTP/1.1\r\nHost: collector.test\r\n" +
                                     "Content-Type: text/plain; charset=UTF-8\r\nContent-Length: " +
                                     std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
-        EXPECT_EQ(send(socket_, request.data(), static_cast<int>(request.size()), 0), static_cast<int>(request.size()));
+        EXPECT_EQ(send(raw, request.data(), static_cast<int>(request.size()), 0), static_cast<int>(request.size()));
     }
-    TestClient(const TestClient&) = delete;
-    TestClient& operator=(const TestClient&) = delete;
-    ~TestClient() { closesocket(socket_); }
-
     // The status of the answer, 0 when the connection closed without one.
     int Status() {
         std::string response;
         char buffer[1024];
-        for (int n; (n = recv(socket_, buffer, sizeof(buffer), 0)) > 0;) response.append(buffer, n);
+        for (int n; (n = recv(socket_.get(), buffer, sizeof(buffer), 0)) > 0;) response.append(buffer, n);
         return response.starts_with("HTTP/1.1 ") ? std::stoi(response.substr(9, 3)) : 0;
     }
 
 private:
-    SOCKET socket_;
+    UniqueSocket socket_;
 };
 
 int Post(const LoopbackCollector& collector, const std::string& body, const std::string& method = "POST",

@@ -67,6 +67,19 @@ TEST_F(LoadedConfig, UnparsableFileIsNotReadAgain) {
     EXPECT_EQ(kDefault, Lookup(L"box", L"mode"));
 }
 
+// A root or alias list of the wrong JSON type, or nesting deeper than the
+// parser goes, breaks the load off; nothing leaves the reader.
+TEST_F(LoadedConfig, AFileOfTheWrongShapeLeavesItUnloaded) {
+    const std::string box = R"("box": {"value": "{\"mode\": \"small\"}"})";
+    for (const std::string& text : {std::string(1200, '['), "[{" + box + "}]",
+                                    R"({"pc_key_alias_list": {"value": "{\"box\": 1}"}, )" + box + "}"}) {
+        WriteFileBytes(path_, text);
+        HostConfigCache cache;
+        cache.LoadFromFile(path_);
+        EXPECT_FALSE(cache.loaded) << text.substr(0, 60);
+    }
+}
+
 TEST_F(LoadedConfig, ExperimentsAreKeptOnlyWhenAskedFor) {
     const std::string json = R"({
         "full": {"value": "{}", "exp_data": {"sGrayPolicyId": 42, "expName": "big_box"}},

@@ -11,12 +11,9 @@ namespace {
 
 // "<level> <message>" of every line the module wrote before its closing phase.
 std::vector<std::string> JobLines(const std::vector<HostLogLine>& log) {
-    std::vector<std::string> lines;
-    for (const auto& line : log) {
-        if (line.function == "InitLogModule" || line.function == "`anonymous-namespace'::FlushLogData") continue;
-        lines.push_back(std::to_string(line.level) + " " + line.message);
-    }
-    return lines;
+    return LevelsAndMessages(log, [](const HostLogLine& line) {
+        return line.function != "InitLogModule" && line.function != "`anonymous-namespace'::FlushLogData";
+    });
 }
 
 const std::string kNoSwitch =
@@ -44,6 +41,8 @@ TEST(EntryCommandLine, RunsExactlyTheJobItsSwitchesName) {
         {L"-Type \" +4\"", {TypeLine(4), UnsupportedLine(4)}},
         {L"-type -5", {TypeLine(-5), UnsupportedLine(-5)}},  // a value may itself start with '-'
         {L"-type 0", {TypeLine(0), UnsupportedLine(0)}},
+        {L"-type 99999999999", {TypeLine(2147483647), UnsupportedLine(2147483647)}},  // clamped, never wrapped
+        {L"\"-type\" 6", {TypeLine(6), UnsupportedLine(6)}},  // quotes belong to the splitting, not to the switch
         {L"-type 1x",  // the install job, which this prefix's configuration leaves switched off
          {TypeLine(1), "1 [`anonymous-namespace'::KivAgentWrapper::KivAgentWrapper]Using cache.",
           "1 [Orvale_LoadModule_WinMain]not install."}},
@@ -54,6 +53,8 @@ TEST(EntryCommandLine, RunsExactlyTheJobItsSwitchesName) {
         {L"-action raw-notifications -guid g2",
          {ActionLine("raw-notifications", "g2"),
           "2 [HandleActionEntry]HandleActionEntry: unknown action=raw-notifications"}},
+        {L"-action \"raw notification\" -guid \"a b\"",
+         {ActionLine("raw notification", "a b"), "2 [HandleActionEntry]HandleActionEntry: unknown action=raw notification"}},
         {L"-guid -action -action ping",  // the first match decides
          {ActionLine("-action", "-action"), "2 [HandleActionEntry]HandleActionEntry: unknown action=-action"}},
     };

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "OsVersion.h"
+#include "RegistryValueOverride.h"
 #include "TestProcess.h"
 #include "UniqueHandle.h"
 
@@ -28,44 +29,7 @@ TEST(OsVersionRule, AcceptsWindows10From19041AndEveryLaterMajor) {
 }
 
 // Wine reports the version stored under CurrentVersion when the prefix does
-// not pin one. A value that cannot be written fails the test at once (it would
-// otherwise probe the prefix's own version); the old value, or its absence,
-// comes back whatever the test does.
-class RegistryValueOverride {
-public:
-    RegistryValueOverride(HKEY key, const wchar_t* name, const std::wstring& value) : key_(key), name_(name) {
-        wchar_t saved[256] = {};
-        DWORD bytes = sizeof(saved);
-        DWORD type = 0;
-        existed_ = RegQueryValueExW(key_, name_, nullptr, &type, reinterpret_cast<BYTE*>(saved), &bytes) ==
-                   ERROR_SUCCESS;
-        saved_.assign(saved, bytes / sizeof(wchar_t));
-        savedType_ = type;
-        const LONG written = Write(REG_SZ, std::wstring(value) + L'\0');
-        if (written != ERROR_SUCCESS) {
-            throw std::runtime_error("cannot write the emulated Windows version, error " + std::to_string(written));
-        }
-    }
-    RegistryValueOverride(const RegistryValueOverride&) = delete;
-    RegistryValueOverride& operator=(const RegistryValueOverride&) = delete;
-    ~RegistryValueOverride() {
-        const LONG restored = existed_ ? Write(savedType_, saved_) : RegDeleteValueW(key_, name_);
-        EXPECT_EQ(restored, ERROR_SUCCESS) << "the prefix keeps an emulated Windows version";
-    }
-
-private:
-    LONG Write(DWORD type, const std::wstring& data) {
-        return RegSetValueExW(key_, name_, 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                              static_cast<DWORD>(data.size() * sizeof(wchar_t)));
-    }
-
-    HKEY key_;
-    const wchar_t* name_;
-    bool existed_ = false;
-    DWORD savedType_ = REG_SZ;
-    std::wstring saved_;  // with its terminator, as stored
-};
-
+// not pin one.
 class OpenedVersionKey {
 public:
     OpenedVersionKey() {

@@ -4,31 +4,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <future>
-#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "FailingAllocation.h"
 #include "GuidFileMappingReader.h"
 #include "HostLogFile.h"
 #include "PushSegmentWriter.h"
 #include "TempFolder.h"
 #include "TestMain.h"
-
-// Allocations of this size or more fail on a thread that sets the flag, as
-// they would in a client whose address space is full.
-thread_local bool t_failLargeAllocations = false;
-constexpr size_t kLargeAllocationBytes = 1 << 20;
-
-void* operator new(size_t bytes) {
-    if (t_failLargeAllocations && bytes >= kLargeAllocationBytes) throw std::bad_alloc();
-    if (void* block = std::malloc(bytes == 0 ? 1 : bytes)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 namespace {
 
@@ -45,11 +31,12 @@ Read ReadOnOtherThread(const std::wstring& guid, DWORD timeoutMs = 2000) {
     HostLogCursor cursor(TestLogPath());
     Read read;
     read.result = std::async(std::launch::async, [&] { return GuidFileMapping::ReadData(guid, timeoutMs); }).get();
-    for (const auto& line : cursor.NewLines()) {
+    const auto lines = cursor.NewLines();
+    for (const auto& line : lines) {
         EXPECT_EQ(line.function, "GuidFileMapping::ReadData");
         EXPECT_NE(line.sourceFile.find("GuidFileMappingReader"), std::string::npos);
-        read.lines.push_back(std::to_string(line.level) + " " + line.message);
     }
+    read.lines = LevelsAndMessages(lines);
     return read;
 }
 
@@ -212,9 +199,9 @@ TEST(ReadData, LetsTheWriterGoWhenTheCopyCannotBeAllocated) {
     std::promise<std::wstring> result;
     UniqueHandle readerMayEnd(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     std::thread reader([&] {
-        t_failLargeAllocations = true;
+        FailLargeAllocationsOnThisThread(1 << 20);
         result.set_value(GuidFileMapping::ReadData(guid, 2000));
-        t_failLargeAllocations = false;
+        FailLargeAllocationsOnThisThread(0);
         WaitForSingleObject(readerMayEnd.get(), 10000);
     });
     EXPECT_EQ(result.get_future().get(), L"");

@@ -1,6 +1,5 @@
 #include "FuzzSupport.h"
 
-#include <shellapi.h>
 #include <winternl.h>
 
 #include <gtest/gtest.h>
@@ -62,42 +61,15 @@ std::uint32_t CaseReader::Uint32() {
 
 namespace {
 
-struct Settings {
-    std::uint64_t cases = 0;  // 0: the surface's short count
-    std::uint64_t seed = 1;
-};
-
-std::uint64_t ParseCount(const std::wstring& text, std::uint64_t fallback) {
-    if (text.empty()) return fallback;
-    return std::wcstoull(text.c_str(), nullptr, 0);
-}
-
 std::wstring Variable(const wchar_t* name) {
     wchar_t value[256] = {};
     const DWORD length = GetEnvironmentVariableW(name, value, 256);
     return length > 0 && length < 256 ? std::wstring(value, length) : std::wstring();
 }
 
-// Arguments win over variables, so one test can be rerun by hand.
-Settings ReadSettings() {
-    Settings settings;
-    settings.cases = ParseCount(Variable(L"ORVALE_FUZZ_CASES"), 0);
-    settings.seed = ParseCount(Variable(L"ORVALE_FUZZ_SEED"), 1);
-    int count = 0;
-    LPWSTR* arguments = CommandLineToArgvW(GetCommandLineW(), &count);
-    if (arguments == nullptr) return settings;
-    for (int i = 1; i < count; ++i) {
-        const std::wstring argument = arguments[i];
-        if (argument.rfind(L"--fuzz-cases=", 0) == 0) settings.cases = ParseCount(argument.substr(13), 0);
-        if (argument.rfind(L"--fuzz-seed=", 0) == 0) settings.seed = ParseCount(argument.substr(12), 1);
-    }
-    LocalFree(arguments);
-    return settings;
-}
-
-const Settings& CurrentSettings() {
-    static const Settings settings = ReadSettings();
-    return settings;
+std::uint64_t NumberVariable(const wchar_t* name, std::uint64_t fallback) {
+    const std::wstring text = Variable(name);
+    return text.empty() ? fallback : std::wcstoull(text.c_str(), nullptr, 0);
 }
 
 std::uint64_t Fnv1a(std::string_view bytes) {
@@ -267,6 +239,33 @@ std::string HandleGrowth(const std::map<std::wstring, long>& before) {
     return text;
 }
 
+std::uint64_t CaseCount(const Surface& surface) { return NumberVariable(L"ORVALE_FUZZ_CASES", surface.shortCases); }
+
+std::uint64_t Seed() { return NumberVariable(L"ORVALE_FUZZ_SEED", 1); }
+
+std::wstring CorpusFolder(const Surface& surface) {
+    std::wstring root = Variable(L"ORVALE_FUZZ_CORPUS");
+    if (root.empty()) root = ORVALE_FUZZ_CORPUS_DIR;
+    return root + L"\\" + Utf8ToWideText(surface.name);
+}
+
+long HandleCount() {
+    DWORD count = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) return static_cast<long>(count);
+    return CountOwnHandles();
+}
+
+std::string Hex(std::string_view bytes, std::size_t maxBytes = 64) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size() && i < maxBytes; ++i) {
+        text += digits[static_cast<std::uint8_t>(bytes[i]) >> 4];
+        text += digits[static_cast<std::uint8_t>(bytes[i]) & 0xF];
+    }
+    if (bytes.size() > maxBytes) text += "... (" + std::to_string(bytes.size()) + " bytes)";
+    return text;
+}
+
 std::string GeneratedCase(const Surface& surface, std::uint64_t seed, std::uint64_t index) {
     Random random(seed ^ Fnv1a(surface.name) ^ (index * 0xD1B54A32D192ED03ull));
     return random.Bytes(static_cast<std::size_t>(random.Below(surface.maxCaseBytes + 1)));
@@ -287,14 +286,13 @@ public:
         g_current = nullptr;
         if (!testing::Test::HasFailure()) return true;
         ADD_FAILURE() << "failing case: " << current.label << ", bytes " << Hex(current.bytes);
-        if (saveOnFailure) std::printf("[fuzz] case saved to %s\n", WideToUtf8Text(SaveCase(corpus_, current.bytes)).c_str());
+        if (saveOnFailure) ADD_FAILURE() << "case saved to " << WideToUtf8Text(SaveCase(corpus_, current.bytes));
         return false;
     }
 
     void Execute() {
         const std::uint64_t seed = Seed();
         const std::uint64_t cases = CaseCount(surface_);
-        const auto started = std::chrono::steady_clock::now();
         for (std::uint64_t i = 0; i < surface_.warmUpCases; ++i) {
             if (!Run(GeneratedCase(surface_, ~seed, i), true, Label("warm-up", ~seed, i))) return;
         }
@@ -307,21 +305,8 @@ public:
         for (std::uint64_t i = 0; i < cases; ++i) {
             if (!Run(GeneratedCase(surface_, seed, i), true, Label("generated", seed, i))) return;
             if (HandleCountDue(i) && !HandlesKept(Label("generated", seed, i))) return;
-            if ((i + 1) % kCasesPerProgressLine == 0) {
-                const double seconds = SecondsSince(started);
-                std::printf("[fuzz] %s: %llu of %llu cases, %.0f s, %.0f cases/s\n", surface_.name,
-                            static_cast<unsigned long long>(i + 1), static_cast<unsigned long long>(cases), seconds,
-                            (i + 1) / seconds);
-                std::fflush(stdout);
-            }
         }
-        if (!HandlesKept("the last case")) return;
-        const double seconds = SecondsSince(started);
-        std::printf("[fuzz] %s: seed %llu, %zu corpus cases, %llu generated cases, handles %ld after warm-up, "
-                    "at most %ld, %.1f s, %.0f cases/s\n",
-                    surface_.name, static_cast<unsigned long long>(seed), files.size(),
-                    static_cast<unsigned long long>(cases), baseline_, maxHandles_, seconds,
-                    (files.size() + cases) / seconds);
+        HandlesKept("the last case");
     }
 
 private:
@@ -334,12 +319,6 @@ private:
     }
     // Longer than the thread pool keeps an idle worker.
     static constexpr int kSettleMs = 12000;
-    // Long runs tell how far they are.
-    static constexpr std::uint64_t kCasesPerProgressLine = 10000;
-
-    static double SecondsSince(std::chrono::steady_clock::time_point started) {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    }
 
     // False when the process holds more handles than after the warm-up. A
     // thread-pool worker that ran the simulation's work holds a thread and an
@@ -355,7 +334,6 @@ private:
             Sleep(500);
             handles = HandleCount();
         }
-        maxHandles_ = std::max(maxHandles_, handles);
         if (handles <= limit) return true;
         ADD_FAILURE() << "handle count grew from " << baseline_ << " to " << handles << " up to " << upTo
                       << "; object types grown:" << HandleGrowth(baselineTypes_);
@@ -372,45 +350,14 @@ private:
     HangWatch watch_;
     long baseline_ = -1;
     std::map<std::wstring, long> baselineTypes_;
-    long maxHandles_ = 0;
 };
 
 }  // namespace
 
-std::uint64_t CaseCount(const Surface& surface) {
-    return CurrentSettings().cases != 0 ? CurrentSettings().cases : surface.shortCases;
-}
-
-std::uint64_t Seed() { return CurrentSettings().seed; }
-
-std::wstring CorpusFolder(const Surface& surface) {
-    std::wstring root = Variable(L"ORVALE_FUZZ_CORPUS");
-    if (root.empty()) root = ORVALE_FUZZ_CORPUS_DIR;
-    return root + L"\\" + Utf8ToWideText(surface.name);
-}
-
 void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase) {
-    CurrentSettings();
     SetUnhandledExceptionFilter(SaveCaseOnCrash);
     std::set_terminate(SaveCaseOnTerminate);
     Campaign(surface, runCase).Execute();
-}
-
-long HandleCount() {
-    DWORD count = 0;
-    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) return static_cast<long>(count);
-    return CountOwnHandles();
-}
-
-std::string Hex(std::string_view bytes, std::size_t maxBytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size() && i < maxBytes; ++i) {
-        text += digits[static_cast<std::uint8_t>(bytes[i]) >> 4];
-        text += digits[static_cast<std::uint8_t>(bytes[i]) & 0xF];
-    }
-    if (bytes.size() > maxBytes) text += "... (" + std::to_string(bytes.size()) + " bytes)";
-    return text;
 }
 
 }  // namespace fuzz

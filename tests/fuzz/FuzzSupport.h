@@ -44,7 +44,6 @@ public:
     const T& Pick(const T (&items)[N]) {
         return items[Below(static_cast<std::uint32_t>(N))];
     }
-    bool AtEnd() const { return offset_ >= bytes_.size(); }
 
 private:
     std::string_view bytes_;
@@ -60,27 +59,14 @@ struct Surface {
     std::uint64_t warmUpCases = 20;
 };
 
-// How many cases and which seed: --fuzz-cases=N / --fuzz-seed=S on the
-// command line, else ORVALE_FUZZ_CASES / ORVALE_FUZZ_SEED, else the surface's
-// short count and seed 1. Read once, at the first call.
-std::uint64_t CaseCount(const Surface& surface);
-std::uint64_t Seed();
-
-// The corpus folder of a surface (ORVALE_FUZZ_CORPUS overrides the source tree's).
-std::wstring CorpusFolder(const Surface& surface);
-
-// Warms up, replays every corpus case, then runs the generated ones. Each case
+// Warms up, replays every corpus case (of the surface's folder under
+// ORVALE_FUZZ_CORPUS, else the source tree's), then runs the generated ones:
+// ORVALE_FUZZ_CASES of seed ORVALE_FUZZ_SEED, else the surface's short count of seed 1. Each case
 // runs under the watch: a crash, an uncaught exception or a run past the time
 // limit saves the case to the corpus and ends the process; a gtest failure
 // saves it and ends the campaign. Handle growth past the tolerance, counted
 // every 256 cases (every 4,096 past the first 4,096) and after the last, ends
-// the campaign. Prints the figures of the run.
+// the campaign.
 void RunCampaign(const Surface& surface, const std::function<void(std::string_view)>& runCase);
-
-// The count of handles this process holds now.
-long HandleCount();
-
-// Text for gtest messages: the case as hexadecimal, shortened.
-std::string Hex(std::string_view bytes, std::size_t maxBytes = 64);
 
 }  // namespace fuzz

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "NotificationPackageManager.h"
 #include "PackageIdentityUtils.h"
 #include "PackageTestSupport.h"
@@ -45,59 +47,43 @@ TEST_F(VersionQueryTest, ReadsTheFirstRegistrationOfNameAndPublisherOnly) {
               CallsStartingWith(kFindCall));
 }
 
-TEST_F(VersionQueryTest, NothingRegisteredOrAFailingQueryIsAnEmptyVersion) {
-    EXPECT_FALSE(QueryInstalledNotificationPackageVersion().has_value());
-    EXPECT_EQ("", QueryInstalledNotificationPackageVersionString());
-
-    sim_control::register_package(NotificationPackage(L"registered", 1, 0, 12, 0));
-    sim_control::fail_next_call(L"PackageId.get_Version", E_ACCESSDENIED);
-    EXPECT_EQ("", QueryInstalledNotificationPackageVersionString());
-    EXPECT_TRUE(Logged(3, "[QueryInstalledNotificationPackageVersion]GetInstalledNotificationPackageVersion "
-                          "exception, hr=0x80070005, msg=" + SystemMessageUtf8(E_ACCESSDENIED)));
-
-    sim_control::throw_from_next_call(kFindCall);
-    EXPECT_FALSE(QueryInstalledNotificationPackageVersion().has_value());
-    EXPECT_TRUE(Logged(3, "[QueryInstalledNotificationPackageVersion]GetInstalledNotificationPackageVersion "
-                          "unknown exception"));
-    EXPECT_EQ("1.0.12.0", QueryInstalledNotificationPackageVersionString());
-}
-
 using VersionExportTest = PackageTest;
 
-TEST_F(VersionExportTest, RefusesAMissingBufferWithoutTouchingIt) {
-    sim_control::register_package(NotificationPackage(L"registered", 1, 0, 12, 0));
-    wchar_t buffer[4] = {L'x', L'x', L'x', L'\0'};
-    SetLastError(0);
-    EXPECT_FALSE(GetInstalledNotificationPackageVersion(nullptr, 16));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, GetLastError());
-    SetLastError(0);
-    EXPECT_FALSE(GetInstalledNotificationPackageVersion(buffer, 0));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, GetLastError());
-    EXPECT_EQ(std::wstring(L"xxx"), buffer);
-    EXPECT_TRUE(sim_control::call_log().empty());
-}
-
-TEST_F(VersionExportTest, NeedsRoomForTheTextAndItsTerminator) {
-    sim_control::register_package(NotificationPackage(L"registered", 10, 0, 0, 65535));
-    const std::wstring expected = L"10.0.0.65535";
-
-    std::wstring buffer(expected.size() + 1, L'x');
-    EXPECT_TRUE(GetInstalledNotificationPackageVersion(buffer.data(), static_cast<std::uint32_t>(buffer.size())));
-    EXPECT_EQ(expected, buffer.c_str());
-
-    buffer.assign(expected.size(), L'x');
-    SetLastError(0);
-    EXPECT_FALSE(GetInstalledNotificationPackageVersion(buffer.data(), static_cast<std::uint32_t>(buffer.size())));
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, GetLastError());
-    EXPECT_EQ(L'\0', buffer[0]);
-}
-
-TEST_F(VersionExportTest, NotRegisteredLeavesAnEmptyStringAndTheLastErrorAlone) {
-    wchar_t buffer[32] = {L'x', L'\0'};
-    SetLastError(12345);
-    EXPECT_FALSE(GetInstalledNotificationPackageVersion(buffer, 32));
-    EXPECT_EQ(12345u, GetLastError());
-    EXPECT_EQ(L'\0', buffer[0]);
+// The export's answer, last error and buffer for each buffer a client may pass.
+TEST_F(VersionExportTest, NeedsABufferWithRoomForTheTextAndItsTerminator) {
+    const std::wstring registered = L"10.0.0.65535";
+    struct Row {
+        const char* name;
+        bool isRegistered, noBuffer;
+        std::uint32_t size;
+        bool answer;
+        std::optional<DWORD> lastError;  // unchecked after a success
+        std::wstring buffer;  // what the client then reads
+    };
+    const Row rows[] = {
+        {"no buffer", true, true, 16, false, ERROR_INVALID_PARAMETER, L"xxx"},
+        {"size 0", true, false, 0, false, ERROR_INVALID_PARAMETER, L"xxx"},
+        {"room for the text and its terminator", true, false, 13, true, std::nullopt, registered},
+        {"no room for the terminator", true, false, 12, false, ERROR_INSUFFICIENT_BUFFER, L""},
+        {"not registered", false, false, 32, false, 12345, L""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        sim_control::reset();
+        if (row.isRegistered) sim_control::register_package(NotificationPackage(L"registered", 10, 0, 0, 65535));
+        std::wstring buffer(32, L'x');
+        buffer[3] = L'\0';
+        SetLastError(12345);
+        EXPECT_EQ(row.answer, GetInstalledNotificationPackageVersion(row.noBuffer ? nullptr : buffer.data(), row.size));
+        if (row.lastError) {
+            EXPECT_EQ(*row.lastError, GetLastError());
+        }
+        EXPECT_EQ(row.buffer, buffer.c_str());
+        // A refused buffer is refused before the package manager is asked.
+        if (row.lastError == ERROR_INVALID_PARAMETER) {
+            EXPECT_TRUE(sim_control::call_log().empty());
+        }
+    }
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstdio>
+#include <functional>
 #include <thread>
 
 #include "NotificationPackageManager.h"
@@ -26,8 +27,13 @@ protected:
     InstallTest() { sim_control::set_package_in_file(NotificationPackage(L"from_file", 3, 0, 0, 0)); }
 };
 
+// Without an external location a package that needs one registers without
+// giving identity, silently; the forced shutdown stops what runs under the package.
 TEST_F(InstallTest, ForcesTheUpdateFromTheFileBesideTheModule) {
     sim_control::register_package(NotificationPackage(L"newer", 5, 0, 0, 0));
+    sim_control::set_package_processes(L"4E7A21C9.store", L"OrvaleTask.exe;OrvaleBroker.exe");
+    sim_control::set_package_processes(L"Other.App", L"Other.exe");
+    sim_control::set_add_rules({.fileNeedsExternalLocation = true});
 
     EXPECT_EQ(S_OK, InstallNotificationPackage(5000));
 
@@ -43,6 +49,8 @@ TEST_F(InstallTest, ForcesTheUpdateFromTheFileBesideTheModule) {
     EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installing msixUri=" + WideToUtf8Text(ExpectedPackageUri()) +
                               ", timeoutMs=5000"));
     EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installed/updated successfully"));
+    EXPECT_EQ((std::vector<std::wstring>{L"OrvaleTask.exe", L"OrvaleBroker.exe"}), sim_control::shut_down_processes());
+    EXPECT_EQ(std::vector<std::wstring>{L"from_file"}, sim_control::registered_without_identity());
 }
 
 TEST_F(InstallTest, AnUnregisteredResultReturnsItsExtendedError) {
@@ -65,23 +73,6 @@ TEST_F(InstallTest, AnOperationThatDidNotCompleteReturnsItsOwnErrorCode) {
     sim_control::set_add_rules({.refuseRegisteredVersion = true});
     EXPECT_EQ(static_cast<HRESULT>(0x80073CF9), InstallNotificationPackage(5000));
     EXPECT_TRUE(Logged(3, std::string(kDoInstallTag) + "async status=3, hr=0x80073CF9"));
-}
-
-// The install forces the shutdown of whatever runs under the package, on every run.
-TEST_F(InstallTest, ShutsDownTheProcessesRunningUnderThePackage) {
-    sim_control::set_package_processes(L"4E7A21C9.store", L"OrvaleTask.exe;OrvaleBroker.exe");
-    sim_control::set_package_processes(L"Other.App", L"Other.exe");
-    EXPECT_EQ(S_OK, InstallNotificationPackage(5000));
-    EXPECT_EQ((std::vector<std::wstring>{L"OrvaleTask.exe", L"OrvaleBroker.exe"}), sim_control::shut_down_processes());
-}
-
-// Without an external location a package that needs one registers without giving identity, silently.
-TEST_F(InstallTest, RegistersWithoutExternalLocation) {
-    sim_control::set_add_rules({.fileNeedsExternalLocation = true});
-    EXPECT_EQ(S_OK, InstallNotificationPackage(5000));
-    EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installed/updated successfully"));
-    EXPECT_EQ(std::vector<std::wstring>{L"from_file"}, sim_control::registered_without_identity());
-    EXPECT_EQ(0u, sim_control::call_count(L"AddPackageOptions.put_ExternalLocationUri"));
 }
 
 // Unlike the removal's, the install's time-out is not clamped to 30 s.
@@ -122,18 +113,6 @@ TEST_F(InstallTest, TheAbandonedOperationReleasesTheCompletionHandler) {
         }));
         EXPECT_EQ(0u, handler.detach()->Release());
     }
-}
-
-TEST_F(InstallTest, FailuresOfTheRuntimeAndOfAnyOtherKindAreCaught) {
-    sim_control::fail_next_call(L"AddPackageOptions.put_ForceAppShutdown", E_INVALIDARG);
-    EXPECT_EQ(E_INVALIDARG, InstallNotificationPackage(5000));
-    EXPECT_TRUE(Logged(3, "[InstallNotificationPackage]InstallNotificationPackage exception, hr=0x80070057, msg=" +
-                              SystemMessageUtf8(E_INVALIDARG)));
-    EXPECT_TRUE(CallsStartingWith(kAddCall).empty());
-
-    sim_control::throw_from_next_call(kAddCall);
-    EXPECT_EQ(E_UNEXPECTED, InstallNotificationPackage(5000));
-    EXPECT_TRUE(Logged(3, "[InstallNotificationPackage]InstallNotificationPackage unknown exception"));
 }
 
 TEST_F(InstallTest, AMissingPackageFileEndsTheInstallBeforeAnyRuntimeCall) {
@@ -180,29 +159,63 @@ TEST_F(EnsureTest, InstallsWithTenSecondsWhenNothingIsRegistered) {
     EXPECT_FALSE(EnsureNotificationPackageInstalled());
 }
 
-TEST_F(EnsureTest, AFailingQueryReadsAsNotInstalled) {
-    sim_control::fail_next_call(kFindCall, E_ACCESSDENIED);
-
-    EXPECT_TRUE(EnsureNotificationPackageInstalled());
-    EXPECT_TRUE(Logged(3, "[`anonymous-namespace'::IsNotificationPackageInstalled]IsNotificationPackageInstalled "
-                          "exception, hr=0x80070005, msg=" + SystemMessageUtf8(E_ACCESSDENIED)));
-    EXPECT_EQ(1u, CallsStartingWith(kAddCall).size());
-
-    sim_control::throw_from_next_call(kFindCall);
-    EXPECT_TRUE(EnsureNotificationPackageInstalled());
-    EXPECT_TRUE(Logged(3, "[`anonymous-namespace'::IsNotificationPackageInstalled]IsNotificationPackageInstalled "
-                          "unknown exception"));
-}
-
-TEST_F(EnsureTest, FailuresOfTheInstallAreCaught) {
-    sim_control::fail_next_call(kAddCall, E_ACCESSDENIED);
-    EXPECT_FALSE(EnsureNotificationPackageInstalled());
-    EXPECT_TRUE(Logged(3, "[EnsureNotificationPackageInstalled]EnsureNotificationPackageInstalled exception, "
-                          "hr=0x80070005, msg=" + SystemMessageUtf8(E_ACCESSDENIED)));
-
-    sim_control::throw_from_next_call(kAddCall);
-    EXPECT_FALSE(EnsureNotificationPackageInstalled());
-    EXPECT_TRUE(Logged(3, "[EnsureNotificationPackageInstalled]EnsureNotificationPackageInstalled unknown exception"));
+// Each package function catches the runtime's failures and every other
+// exception, logs which, and answers as when nothing was found or done.
+TEST_F(InstallTest, EachFunctionCatchesRuntimeFailuresAndOtherExceptions) {
+    const auto hex = [](HRESULT code) {
+        char text[16] = {};
+        std::snprintf(text, sizeof(text), "0x%08lX", static_cast<unsigned long>(code));
+        return std::string(text);
+    };
+    const auto version = [] { return " " + QueryInstalledNotificationPackageVersionString(); };
+    struct Row {
+        std::string tag;
+        std::vector<std::pair<const wchar_t*, HRESULT>> failures;  // calls failed in turn
+        const wchar_t* thrower;
+        std::vector<sim_control::package_registration> registered;
+        std::function<std::string()> run;
+        // The answer and then the version installed.
+        std::string afterFailure, afterThrow;
+    };
+    const Row rows[] = {
+        {"[InstallNotificationPackage]InstallNotificationPackage",
+         {{L"AddPackageOptions.put_ForceAppShutdown", E_INVALIDARG}}, kAddCall, {},
+         [&] { return hex(InstallNotificationPackage(5000)); }, "0x80070057 ", "0x8000FFFF "},
+        {"[`anonymous-namespace'::IsNotificationPackageInstalled]IsNotificationPackageInstalled",
+         {{kFindCall, E_ACCESSDENIED}}, kFindCall, {},
+         [] { return EnsureNotificationPackageInstalled() ? "true" : "false"; }, "true 3.0.0.0",
+         "true 3.0.0.0"},
+        {"[EnsureNotificationPackageInstalled]EnsureNotificationPackageInstalled", {{kAddCall, E_ACCESSDENIED}},
+         kAddCall, {}, [] { return EnsureNotificationPackageInstalled() ? "true" : "false"; },
+         "false ", "false "},
+        // The first name is read as usual; a package removed before the failure stays removed.
+        {"[UninstallNotificationPackage]UninstallNotificationPackage",
+         {{L"PackageId.get_FullName", S_OK}, {L"PackageId.get_FullName", E_ACCESSDENIED}}, kFindCall,
+         {NotificationPackage(L"first", 1, 0, 0, 0), NotificationPackage(L"second", 2, 0, 0, 0)},
+         [&] { return hex(UninstallNotificationPackage(1000)); }, "0x80070005 2.0.0.0",
+         "0x8000FFFF 1.0.0.0"},
+        {"[QueryInstalledNotificationPackageVersion]GetInstalledNotificationPackageVersion",
+         {{L"PackageId.get_Version", E_ACCESSDENIED}}, kFindCall, {NotificationPackage(L"registered", 1, 0, 12, 0)},
+         [] { return QueryInstalledNotificationPackageVersionString(); }, " 1.0.12.0", " 1.0.12.0"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.tag);
+        for (const bool throwing : {false, true}) {
+            sim_control::reset();
+            sim_control::set_package_in_file(NotificationPackage(L"from_file", 3, 0, 0, 0));
+            for (const auto& registration : row.registered) sim_control::register_package(registration);
+            if (throwing) {
+                sim_control::throw_from_next_call(row.thrower);
+            } else {
+                for (const auto& [call, code] : row.failures) sim_control::fail_next_call(call, code);
+            }
+            const std::string answer = row.run();
+            EXPECT_EQ(answer + version(), throwing ? row.afterThrow : row.afterFailure);
+        }
+        const HRESULT code = row.failures.back().second;
+        EXPECT_TRUE(Logged(3, row.tag + " exception, hr=" + hex(code) + ", msg=" + SystemMessageUtf8(code)));
+        EXPECT_TRUE(Logged(3, row.tag + " unknown exception"));
+    }
 }
 
 }  // namespace

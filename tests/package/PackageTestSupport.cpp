@@ -1,7 +1,5 @@
 #include "PackageTestSupport.h"
 
-#include <thread>
-
 #include "RuntimeError.h"
 #include "TempFolder.h"
 #include "TestMain.h"
@@ -21,15 +19,6 @@ std::vector<std::wstring> CallsStartingWith(const std::wstring& prefix) {
 }
 
 std::string SystemMessageUtf8(HRESULT code) { return WideToUtf8Text(rt::system_message(code)); }
-
-bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 PackageTest::PackageTest() : log_(TestLogPath()) { sim_control::reset(); }
 

@@ -4,12 +4,11 @@
 // of the simulation's call log.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "Eventually.h"
 #include "HostLogFile.h"
 #include "PackageSimControl.h"
 
@@ -27,9 +26,6 @@ std::vector<std::wstring> CallsStartingWith(const std::wstring& prefix);
 
 // The system's text for an HRESULT, as the module logs it, in UTF-8.
 std::string SystemMessageUtf8(HRESULT code);
-
-bool Eventually(const std::function<bool()>& condition,
-                std::chrono::milliseconds limit = std::chrono::milliseconds(5000));
 
 class PackageTest : public ::testing::Test {
 protected:

@@ -81,17 +81,4 @@ TEST_F(UninstallTest, AnOperationThatEndsOtherwiseStopsWithItsOwnCode) {
     EXPECT_EQ(2u, CallsStartingWith(kRemoveCall).size());
 }
 
-TEST_F(UninstallTest, FailuresOfTheRuntimeAndOfAnyOtherKindAreCaught) {
-    // The first name is read as usual; a package removed before the failure stays removed.
-    sim_control::fail_next_call(L"PackageId.get_FullName", S_OK);
-    sim_control::fail_next_call(L"PackageId.get_FullName", E_ACCESSDENIED);
-    EXPECT_EQ(E_ACCESSDENIED, UninstallNotificationPackage(1000));
-    EXPECT_TRUE(Logged(3, std::string(kTag) + " exception, hr=0x80070005, msg=" + SystemMessageUtf8(E_ACCESSDENIED)));
-    EXPECT_EQ("2.0.0.0", QueryInstalledNotificationPackageVersionString());
-
-    sim_control::throw_from_next_call(kFindCall);
-    EXPECT_EQ(E_UNEXPECTED, UninstallNotificationPackage(1000));
-    EXPECT_TRUE(Logged(3, std::string(kTag) + " unknown exception"));
-}
-
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <string>
 
 #include "AsyncOperation.h"
@@ -46,13 +45,6 @@ rt::async_operation<int> Throws(HRESULT code) {
     co_await StartBool(Ends(rt::AsyncStatus::Completed));
     rt::check(code);
     co_return 1;
-}
-
-rt::async_action Chain(std::atomic<int>* steps) {
-    for (int i = 0; i < 3; ++i) {
-        co_await StartBool(Ends(rt::AsyncStatus::Completed, S_OK, 5));
-        ++*steps;
-    }
 }
 
 HRESULT ErrorCodeOf(IUnknown* operation) {
@@ -107,43 +99,4 @@ TEST(Coroutine, AnExceptionLeavingTheBodyEndsTheOperationAsError) {
     EXPECT_EQ(E_INVALIDARG, ErrorCodeOf(operation.get()));
     int value = 0;
     EXPECT_EQ(E_INVALIDARG, operation.get()->GetResults(&value));
-}
-
-TEST(Coroutine, TheOperationKeepsThePlatformsRules) {
-    const auto inner = StartBool(Ends(rt::AsyncStatus::Started));
-    HRESULT caught = S_OK;
-    const auto operation = AwaitAndReport(inner, &caught);
-    BoolOperation* raw = operation.get();
-
-    boolean value = 0;
-    EXPECT_EQ(rt::hresults::illegal_method_call, raw->GetResults(&value));
-    EXPECT_EQ(rt::hresults::illegal_state_change, operation.operation().As<rt::IAsyncInfo>()->Close());
-
-    std::atomic<int> calls{0};
-    std::atomic<rt::AsyncStatus> seen{rt::AsyncStatus::Started};
-    const auto handler = rt::make_delegate<BoolOperation::completed_handler>([&](BoolOperation*, rt::AsyncStatus status) {
-        seen = status;
-        ++calls;
-    });
-    ASSERT_EQ(S_OK, raw->put_Completed(handler.get()));
-    EXPECT_EQ(rt::hresults::illegal_delegate_assignment, raw->put_Completed(handler.get()));
-
-    // Cancel reaches the awaited operation; the handler hears of it once the body ended.
-    ASSERT_EQ(S_OK, operation.operation().As<rt::IAsyncInfo>()->Cancel());
-    EXPECT_EQ(rt::AsyncStatus::Canceled, StatusOf(operation.get()));
-    for (int i = 0; i < 200 && calls == 0; ++i) Sleep(5);
-    EXPECT_EQ(1, calls.load());
-    EXPECT_EQ(rt::AsyncStatus::Canceled, seen.load());
-    EXPECT_EQ(rt::AsyncStatus::Canceled, StatusOf(inner.get()));
-    EXPECT_EQ(static_cast<HRESULT>(0x800704C7), ErrorCodeOf(operation.get()));
-    EXPECT_EQ(static_cast<HRESULT>(0x800704C7), raw->GetResults(&value));
-    EXPECT_EQ(S_OK, operation.operation().As<rt::IAsyncInfo>()->Close());
-}
-
-TEST(Coroutine, ActionsAwaitInSequenceAndCompleteOnce) {
-    std::atomic<int> steps{0};
-    const auto action = Chain(&steps);
-    EXPECT_EQ(rt::AsyncStatus::Completed, rt::wait_for_status(action.get(), 5000));
-    EXPECT_EQ(3, steps.load());
-    EXPECT_EQ(S_OK, action.get()->GetResults());
 }

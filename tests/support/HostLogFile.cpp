@@ -68,3 +68,12 @@ std::vector<std::string> Messages(const std::vector<HostLogLine>& lines) {
     for (const auto& line : lines) messages.push_back(line.message);
     return messages;
 }
+
+std::vector<std::string> LevelsAndMessages(const std::vector<HostLogLine>& lines,
+                                           const std::function<bool(const HostLogLine&)>& keep) {
+    std::vector<std::string> texts;
+    for (const auto& line : lines) {
+        if (!keep || keep(line)) texts.push_back(std::to_string(line.level) + " " + line.message);
+    }
+    return texts;
+}

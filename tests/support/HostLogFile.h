@@ -1,6 +1,7 @@
 #pragma once
 // Reads what the stand-alone host logger wrote (UTF-8, one tab-separated
 // line per call: level, source file, line, function, message).
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,3 +32,7 @@ const HostLogLine* FindMessage(const std::vector<HostLogLine>& lines, const std:
 std::vector<HostLogLine> LinesContaining(const std::vector<HostLogLine>& lines, const std::string& part);
 // Messages only, for readable failure output.
 std::vector<std::string> Messages(const std::vector<HostLogLine>& lines);
+// "<level> <message>" of the lines `keep` accepts (of every line without it),
+// for comparing a whole stretch of log at once.
+std::vector<std::string> LevelsAndMessages(const std::vector<HostLogLine>& lines,
+                                           const std::function<bool(const HostLogLine&)>& keep = nullptr);

@@ -29,7 +29,24 @@ std::vector<wchar_t> BuildEnvironmentBlock(const EnvironmentOverrides& overrides
     return result;
 }
 
+BOOL Launch(const std::wstring& commandLine, const EnvironmentOverrides& environment, STARTUPINFOW& startup,
+            PROCESS_INFORMATION& process) {
+    std::vector<wchar_t> writable(commandLine.begin(), commandLine.end());
+    writable.push_back(L'\0');
+    std::vector<wchar_t> block = BuildEnvironmentBlock(environment);
+    return CreateProcessW(nullptr, writable.data(), nullptr, nullptr, (startup.dwFlags & STARTF_USESTDHANDLES) != 0,
+                          CREATE_UNICODE_ENVIRONMENT, block.data(), nullptr, &startup, &process);
+}
+
 }  // namespace
+
+HANDLE StartProcess(const std::wstring& commandLine, const EnvironmentOverrides& environment) {
+    STARTUPINFOW startup = {sizeof(startup)};
+    PROCESS_INFORMATION process = {};
+    if (!Launch(commandLine, environment, startup, process)) return nullptr;
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
 
 ProcessResult RunProcess(const std::wstring& commandLine, const EnvironmentOverrides& environment, DWORD timeoutMs) {
     ProcessResult result;
@@ -45,11 +62,7 @@ ProcessResult RunProcess(const std::wstring& commandLine, const EnvironmentOverr
     startup.hStdError = writePipe;
     startup.hStdInput = nullptr;
     PROCESS_INFORMATION process = {};
-    std::vector<wchar_t> writable(commandLine.begin(), commandLine.end());
-    writable.push_back(L'\0');
-    std::vector<wchar_t> block = BuildEnvironmentBlock(environment);
-    const BOOL started = CreateProcessW(nullptr, writable.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
-                                        block.data(), nullptr, &startup, &process);
+    const BOOL started = Launch(commandLine, environment, startup, process);
     CloseHandle(writePipe);
     if (!started) {
         CloseHandle(readPipe);

@@ -18,6 +18,10 @@ using EnvironmentOverrides = std::map<std::wstring, std::wstring>;
 ProcessResult RunProcess(const std::wstring& commandLine, const EnvironmentOverrides& environment = {},
                          DWORD timeoutMs = 60000);
 
+// Starts a command line without waiting for it or reading its output; the
+// caller owns the process handle (null when it could not start).
+HANDLE StartProcess(const std::wstring& commandLine, const EnvironmentOverrides& environment = {});
+
 // Folder of the running test executable, where every built binary lies.
 std::wstring BinaryFolder();
 

@@ -9,9 +9,11 @@
 
 #include "NotificationTemplate.h"
 #include "SimRuntimeControl.h"
+#include "SimulationTest.h"
 #include "SimToastTemplates.h"
 #include "ToastCapabilities.h"
 #include "ToastXmlRenderer.h"
+#include "ToastXmlText.h"
 #include "XmlDocumentText.h"
 
 namespace {
@@ -41,10 +43,7 @@ notification_template push_box(const wchar_t* title, const wchar_t* body) {
     return toast;
 }
 
-class ToastXmlRenderer : public ::testing::Test {
-protected:
-    void SetUp() override { sim_control::reset(); }
-};
+using ToastXmlRenderer = SimulationTest;
 
 TEST_F(ToastXmlRenderer, PushBoxInSmallAndBigImageMode) {
     {
@@ -176,15 +175,7 @@ TEST_F(ToastXmlRenderer, AppLogoSourcesBecomeUris) {
     for (const auto& [logo, uri] : cases) {
         notification_template toast = push_box(L"T", L"B");
         toast.app_logo = logo;
-        const auto document = notification_wrapper::render_toast_xml(toast, kCurrentFlags, kCurrentBuild,
-                                                                     &windows_skeleton);
-        rt::com_ptr<rt::IXmlNodeList> images;
-        rt::check(document->GetElementsByTagName(rt::hstring(L"image").get(), images.put()));
-        rt::com_ptr<rt::IXmlNode> image;
-        rt::check(images->Item(0, image.put()));
-        rt::hstring src;
-        rt::check(image.As<rt::IXmlElement>()->GetAttribute(rt::hstring(L"src").get(), src.put()));
-        EXPECT_EQ(src.str(), uri) << logo;
+        EXPECT_EQ(StartTagsNamed(render(toast), L"image").at(0).Attribute(L"src"), uri) << logo;
     }
 }
 
