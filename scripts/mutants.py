@@ -2,9 +2,11 @@
 time to the scratch copy, rebuilds the test programs its CTest regex selects,
 runs them and restores the file. See mutants.sh for the options."""
 import argparse
+import filecmp
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
 import time
@@ -61,6 +63,38 @@ def find_offset(content, text, occurrence):
         if at < 0:
             return -1
     return at
+
+
+def sync_copy(repo, root):
+    """Brings the copy up to the working tree, build folders and git aside.
+    Only files whose content differs are written, and they get a new time, so
+    the next build sees exactly those; a file a mutant changed and that was
+    put back keeps its newer time, so it is rebuilt too."""
+    def skipped(relative):
+        return relative in ("build", ".git")
+
+    for folder, subfolders, files in os.walk(repo):
+        relative = os.path.relpath(folder, repo)
+        subfolders[:] = [d for d in subfolders if not skipped(os.path.normpath(os.path.join(relative, d)))]
+        os.makedirs(os.path.join(root, relative), exist_ok=True)
+        for name in files:
+            source = os.path.join(folder, name)
+            target = os.path.join(root, relative, name)
+            if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
+                shutil.copyfile(source, target)
+                shutil.copymode(source, target)
+    for folder, subfolders, files in os.walk(root):
+        relative = os.path.relpath(folder, root)
+        subfolders[:] = [d for d in subfolders if not skipped(os.path.normpath(os.path.join(relative, d)))]
+        for name in files + subfolders:
+            if not os.path.lexists(os.path.join(repo, relative, name)):
+                gone = os.path.join(folder, name)
+                shutil.rmtree(gone) if os.path.isdir(gone) and not os.path.islink(gone) else os.remove(gone)
+    subfolders_of_build = os.path.join(root, "build")
+    os.makedirs(subfolders_of_build, exist_ok=True)
+    deps = os.path.join(subfolders_of_build, "_deps")
+    if not os.path.lexists(deps):
+        os.symlink(os.path.join(repo, "build", "_deps"), deps)
 
 
 class Tree:
@@ -139,6 +173,7 @@ def run_mutant(tree, mutant, logs):
 
 def main():
     parser = argparse.ArgumentParser()
+    parser.add_argument("--repo", required=True)
     parser.add_argument("--tree", required=True)
     parser.add_argument("--preset", required=True)
     parser.add_argument("--work", required=True)
@@ -158,6 +193,12 @@ def main():
 
     regexes = sorted({m.regex for m in mutants})
     started = time.time()
+    # The copy mirrors the tree's layout (build folder at build/<preset>), so a
+    # compiler cache keyed on relative paths serves both.
+    sync_copy(options.repo, options.tree)
+    if not os.path.exists(os.path.join(tree.build, "CMakeCache.txt")):
+        if tree.run(["cmake", "--preset", options.preset], os.path.join(logs, "configure.log")) != 0:
+            sys.exit(f"mutants: configuring the copy failed, see {logs}/configure.log")
     print(f"mutants: building the {len(mutants)} mutants' test programs unmutated", flush=True)
     if not tree.build_for(regexes, os.path.join(logs, "unmutated.build.log")):
         sys.exit(f"mutants: the unmutated copy does not build, see {logs}/unmutated.build.log")

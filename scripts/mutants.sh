@@ -27,25 +27,13 @@ if [ ! -d "$repo/build/_deps/install" ]; then
   exit 2
 fi
 
-mkdir -p "$tree/build"
-# The copy mirrors the tree's layout (build folder at build/<preset>), so a
-# compiler cache keyed on relative paths serves both.
-rsync -a --delete --exclude=/build/ --exclude=/.git "$repo/" "$tree/"
-ln -sfn "$repo/build/_deps" "$tree/build/_deps"
-
 if command -v ccache >/dev/null 2>&1; then
   export CMAKE_CXX_COMPILER_LAUNCHER=ccache CMAKE_C_COMPILER_LAUNCHER=ccache
 fi
-if [ ! -f "$tree/build/$preset/CMakeCache.txt" ]; then
-  (cd "$tree" && cmake --preset "$preset" >"$work/configure.log" 2>&1) || {
-    echo "mutants: configuring the copy failed, see $work/configure.log" >&2
-    exit 2
-  }
-fi
 
-stop_session() { "$tree/scripts/wine-session.sh" stop "$tree/build/$preset" || true; }
+stop_session() { [ ! -x "$tree/scripts/wine-session.sh" ] || "$tree/scripts/wine-session.sh" stop "$tree/build/$preset" || true; }
 trap stop_session EXIT
 
 status=0
-python3 "$repo/scripts/mutants.py" --tree "$tree" --preset "$preset" --work "$work" --list "$repo/scripts/mutants.txt" "$@" || status=$?
+python3 "$repo/scripts/mutants.py" --repo "$repo" --tree "$tree" --preset "$preset" --work "$work" --list "$repo/scripts/mutants.txt" "$@" || status=$?
 exit $status
