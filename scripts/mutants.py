@@ -90,9 +90,9 @@ def sync_copy(repo, root):
             if not os.path.lexists(os.path.join(repo, relative, name)):
                 gone = os.path.join(folder, name)
                 shutil.rmtree(gone) if os.path.isdir(gone) and not os.path.islink(gone) else os.remove(gone)
-    subfolders_of_build = os.path.join(root, "build")
-    os.makedirs(subfolders_of_build, exist_ok=True)
-    deps = os.path.join(subfolders_of_build, "_deps")
+    copy_build = os.path.join(root, "build")
+    os.makedirs(copy_build, exist_ok=True)
+    deps = os.path.join(copy_build, "_deps")
     if not os.path.lexists(deps):
         os.symlink(os.path.join(repo, "build", "_deps"), deps)
 
