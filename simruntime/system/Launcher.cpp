@@ -55,6 +55,7 @@ struct launch_result {
 struct launcher_state {
     std::vector<std::wstring> launched;
     std::optional<launch_result> steeredResult;
+    std::optional<LaunchQuerySupportStatus> steeredSupport;
 };
 
 // Guarded by sim::state_mutex(). Never destroyed: operation threads may still
@@ -118,8 +119,13 @@ bool notification_package_registered() {
 // "LaunchQuerySupportStatus Enum": Available when an installed application
 // handles the activation, AppNotInstalled (1) "No app is installed to handle
 // the activation". The package's protocol handler is a plain one: it returns
-// no results.
+// no results. A steered status stands for a handler in one of the page's other
+// states, such as AppUnavailable (2) "installed but not available".
 LaunchQuerySupportStatus support_for(const std::wstring& scheme, LaunchQuerySupportType type) {
+    {
+        std::lock_guard lock(sim::state_mutex());
+        if (state().steeredSupport) return *state().steeredSupport;
+    }
     if (scheme == kPackageScheme && type == LaunchQuerySupportType::Uri && notification_package_registered()) {
         return LaunchQuerySupportStatus::Available;
     }
@@ -258,4 +264,9 @@ extern "C" __declspec(dllexport) HRESULT SimRuntime_SetLaunchResult(BOOL launche
     return change_state([&](launcher_state& current) {
         current.steeredResult = launch_result{launched != FALSE, failure};
     });
+}
+
+extern "C" __declspec(dllexport) HRESULT SimRuntime_SetLaunchQuerySupport(INT32 status) {
+    return change_state(
+        [&](launcher_state& current) { current.steeredSupport = static_cast<LaunchQuerySupportStatus>(status); });
 }

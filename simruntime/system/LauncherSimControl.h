@@ -25,6 +25,8 @@ SIMRUNTIME_EXPORT HRESULT SimRuntime_LaunchedUri(UINT32 index, HSTRING* uri);
 // Every launch from now on yields `launched`, or, when `failure` is an error,
 // ends as Error with it.
 SIMRUNTIME_EXPORT HRESULT SimRuntime_SetLaunchResult(BOOL launched, HRESULT failure);
+// Every support query from now on answers `status` (a LaunchQuerySupportStatus).
+SIMRUNTIME_EXPORT HRESULT SimRuntime_SetLaunchQuerySupport(INT32 status);
 }
 
 namespace sim_control {
@@ -40,6 +42,10 @@ inline void set_launch_result(bool launched) {
 
 inline void set_launch_failure(HRESULT failure) {
     check(SIM_CONTROL_FUNCTION(SimRuntime_SetLaunchResult)(FALSE, failure), "SimRuntime_SetLaunchResult");
+}
+
+inline void set_launch_query_support(std::int32_t status) {
+    check(SIM_CONTROL_FUNCTION(SimRuntime_SetLaunchQuerySupport)(status), "SimRuntime_SetLaunchQuerySupport");
 }
 
 }  // namespace sim_control

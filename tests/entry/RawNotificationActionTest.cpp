@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "HostSandbox.h"
+#include "ImportPatch.h"
 #include "PushSegmentWriter.h"
+#include "SparsePackageWrapperMgr.h"
 
 namespace {
 
@@ -36,6 +38,47 @@ std::vector<std::string> ActionLines(const std::vector<HostLogLine>& log) {
 std::string ExpectedCommand(const HostSandbox& sandbox, const std::string& message) {
     return "\"" + WideToUtf8Text(sandbox.servicePath()) + "\" orvale://NotifyPushTopic/fromchannel=wns&msgcontent=" +
            message;
+}
+
+// What the module, linked into this program, hands CreateProcessW; nothing is started.
+struct ServiceStart {
+    bool called = false;
+    bool applicationName = true;
+    bool securityAttributes = true;
+    BOOL inherits = TRUE;
+    DWORD flags = 0;
+    bool environmentOrFolder = true;
+    STARTUPINFOW startup = {};
+};
+ServiceStart g_start;
+
+BOOL WINAPI WatchedCreateProcess(LPCWSTR application, LPWSTR, LPSECURITY_ATTRIBUTES process,
+                                 LPSECURITY_ATTRIBUTES thread, BOOL inherits, DWORD flags, LPVOID environment,
+                                 LPCWSTR folder, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION) {
+    g_start = {true, application != nullptr, process || thread, inherits, flags, environment || folder, *startup};
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+TEST(RawNotificationAction, StartsTheServiceDetachedWithNothingInheritedAndZeroedStartUpInformation) {
+    const std::wstring guid = FreshGuidText();
+    PushSegmentWriter writer(guid, 64);
+    ASSERT_TRUE(writer.ok());
+    writer.WriteText(L"payload", true);
+    writer.ReleaseLock();
+    {
+        const ImportPatch patch("kernel32.dll", "CreateProcessW", reinterpret_cast<const void*>(&WatchedCreateProcess));
+        HandleActionEntry(L"raw-notification", guid);
+    }
+    ASSERT_TRUE(g_start.called);
+    EXPECT_FALSE(g_start.applicationName || g_start.securityAttributes || g_start.environmentOrFolder);
+    EXPECT_FALSE(g_start.inherits);
+    EXPECT_EQ(g_start.flags, static_cast<DWORD>(DETACHED_PROCESS | CREATE_NEW_PROCESS_GROUP));
+    const STARTUPINFOW& s = g_start.startup;
+    EXPECT_EQ(s.cb, 104u);
+    EXPECT_TRUE(!s.lpReserved && !s.lpDesktop && !s.lpTitle && !s.dwX && !s.dwY && !s.dwXSize && !s.dwYSize &&
+                !s.dwXCountChars && !s.dwYCountChars && !s.dwFillAttribute && !s.dwFlags && !s.wShowWindow &&
+                !s.cbReserved2 && !s.lpReserved2 && !s.hStdInput && !s.hStdOutput && !s.hStdError);
 }
 
 TEST(RawNotificationAction, StartsTheServiceWithTheDecodedMessage) {

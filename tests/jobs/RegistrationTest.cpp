@@ -100,6 +100,12 @@ TEST_F(Registration, WithoutAHandlerNothingIsLaunched) {
     EXPECT_EQ(2, warnings[0].level);
     EXPECT_EQ("SafeLaunchUriAsync", warnings[0].function);
     EXPECT_TRUE(LinesContaining(lines, "[SafeLaunchUri] Launch").empty());
+
+    // Installed but not available (2) is not Available either.
+    RegisterPackage();
+    sim_control::set_launch_query_support(2);
+    EXPECT_FALSE(RegisterBackgroundTaskImpl(L""));
+    EXPECT_TRUE(LaunchedUris().empty());
 }
 
 TEST_F(Registration, RefusedOrFailedLaunchesGiveFalse) {

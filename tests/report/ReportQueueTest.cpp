@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <bcrypt.h>
 
 #include <algorithm>
 #include <ctime>
 #include <fstream>
 #include <optional>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -44,6 +46,17 @@ bool Contains(const std::vector<std::string>& lines, const std::string& part) {
 BOOL WINAPI RefusedDelete(LPCWSTR) {
     SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
+}
+
+NTSTATUS WINAPI RefusedEncrypt(BCRYPT_KEY_HANDLE, PUCHAR, ULONG, VOID*, PUCHAR, ULONG, PUCHAR, ULONG, ULONG*, ULONG) {
+    return static_cast<NTSTATUS>(0xC0000001L);  // STATUS_UNSUCCESSFUL
+}
+
+// Another recovery renames the claim back between this one's listing and its own rename.
+decltype(&MoveFileExW) g_move = nullptr;
+BOOL WINAPI RivalRenamesFirst(LPCWSTR from, LPCWSTR to, DWORD flags) {
+    g_move(from, to, flags);
+    return g_move(from, to, flags);
 }
 
 // A claimed name whose claim is `age` seconds old.
@@ -97,6 +110,28 @@ TEST_F(ReportQueue, AFailedSaveLeavesNothingQueuedAndNoTemporaryFile) {
     HostLogCursor cursor(TestLogPath());
     EXPECT_EQ(L"", quorvel::SaveEncryptedReport(L"C:\\no-such-folder\\reports\\", "{}"));
     EXPECT_TRUE(Contains(MessagesSince(cursor), "[Quorvel] Encrypt save exception: hr=0x80070003"));
+    {
+        SCOPED_TRACE("encryption fails");
+        QueueFolder folder;
+        const ImportPatch refused("bcrypt.dll", "BCryptEncrypt", reinterpret_cast<const void*>(&RefusedEncrypt));
+        EXPECT_TRUE(quorvel::EncryptReport("{}").empty());
+        EXPECT_EQ(L"", quorvel::SaveEncryptedReport(folder.path(), "{}"));
+        EXPECT_TRUE(folder.Names().empty());
+    }
+    {
+        SCOPED_TRACE("the write fails");
+        QueueFolder folder;
+        sim_control::fail_next_call(L"FileIO.WriteBytesAsync", E_ACCESSDENIED);
+        const HostLogCursor saveLog(TestLogPath());
+        EXPECT_EQ(L"", quorvel::SaveEncryptedReport(folder.path(), "{}"));
+        EXPECT_TRUE(folder.Names().empty()) << "the temporary file is left";
+        const auto cleaning = LinesContaining(saveLog.NewLines(), "cleaning tmp");
+        ASSERT_EQ(1u, cleaning.size());
+        EXPECT_EQ(2, cleaning[0].level);
+        EXPECT_TRUE(std::regex_match(cleaning[0].message,
+                                     std::regex(R"(\[Quorvel\] Encrypt save write/rename failed, cleaning tmp: \d{19}\.tmp)")))
+            << cleaning[0].message;
+    }
 
     // A queued file of the same name appears while the report is written; the
     // rename fails, and then the temporary file is removed, or cannot be.
@@ -203,6 +238,23 @@ TEST_F(ReportQueue, RollbackAndStaleRecoveryGiveQueuedNamesBack) {
         return;
     }
     FAIL() << "the clock turned a second during every attempt";
+}
+
+TEST_F(ReportQueue, TwoRecoveriesOfOneStaleClaimLoseNothingAndTheLoserSaysSo) {
+    QueueFolder folder;
+    const std::wstring claimed = ClaimedName(L"100", 1000);
+    ASSERT_TRUE(WriteFileBytes(folder / claimed, "a"));
+    HostLogCursor cursor(TestLogPath());
+    {
+        const ImportPatch rival("kernel32.dll", "MoveFileExW", reinterpret_cast<const void*>(&RivalRenamesFirst));
+        g_move = rival.original<std::remove_pointer_t<decltype(g_move)>>();
+        quorvel::RecoverStaleClaimedFiles(folder.path());
+    }
+    EXPECT_EQ(std::vector<std::wstring>{L"100.json"}, folder.Names());
+    const auto failed = LinesContaining(cursor.NewLines(), "rollback failed");
+    ASSERT_EQ(1u, failed.size());
+    EXPECT_EQ(2, failed[0].level);
+    EXPECT_EQ("[Quorvel] rollback failed: " + WideToUtf8Text(claimed) + " (err=2)", failed[0].message);
 }
 
 // Claim times are seconds since 1970: the stale-claim recovery compares them

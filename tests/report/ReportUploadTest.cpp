@@ -12,8 +12,6 @@
 #include <cerrno>
 #include <map>
 #include <mutex>
-#include <optional>
-#include <stdexcept>
 
 #include "HostLogFile.h"
 #include "ImportPatch.h"
@@ -158,26 +156,35 @@ TEST_F(ReportUpload, TheReportUrlFallsBackToTheBuiltInOne) {
 
 // Directory listings come in whatever order the file system keeps (NTFS by
 // name, FAT as written; Wine hands on its own sorted listing), and the drain
-// lists through std::filesystem, which here reads the CRT's _wfindfirst64 and
-// _wfindnext64: the test serves the listing backwards through them.
+// lists through std::filesystem, which reads the C runtime's _wfindfirst64 and
+// _wfindnext64 (from msvcrt or the universal runtime, as the tool chain links
+// it): the test serves the listing backwards through them.
 TEST_F(ReportUpload, ReportsArePostedOldestFirstWhateverOrderTheFolderListsThem) {
     QueueFolder folder;
     MappedCollector collector;
     std::vector<std::string> events;
     for (int i = 0; i < 5; ++i) events.push_back("report-" + std::to_string(i));
     for (const auto& event : events) QueueReport(folder, SampleBody(event));
-    std::optional<ImportPatch> first, next;
-    try {
-        first.emplace("msvcrt.dll", "_wfindfirst64", reinterpret_cast<const void*>(&BackwardsFindFirst));
-        next.emplace("msvcrt.dll", "_wfindnext64", reinterpret_cast<const void*>(&BackwardsFindNext));
-    } catch (const std::runtime_error& notImported) {
-        GTEST_SKIP() << notImported.what();
-    }
-    g_backwards.first = &*first;
-    g_backwards.next = &*next;
+    const ImportPatch first(nullptr, "_wfindfirst64", reinterpret_cast<const void*>(&BackwardsFindFirst));
+    const ImportPatch next(nullptr, "_wfindnext64", reinterpret_cast<const void*>(&BackwardsFindNext));
+    g_backwards.first = &first;
+    g_backwards.next = &next;
     quorvel::UploadPendingReports(folder.path(), CollectorUrl(), "dev-1");
     EXPECT_LT(0, g_backwards.listings.load()) << "the drain listed the folder some other way";
     EXPECT_EQ(events, AcceptedEventNames(collector));
+}
+
+// Otherwise the report would be posted again by the next drain.
+TEST_F(ReportUpload, A200WhoseAnswerCannotBeReadIsDelivered) {
+    QueueFolder folder;
+    MappedCollector collector;
+    const std::wstring name = QueueReport(folder, SampleBody("unread"));
+    sim_control::fail_next_call(L"HttpStreamContent.ReadAsStringAsync", E_FAIL);
+    HostLogCursor cursor(TestLogPath());
+    EXPECT_TRUE(quorvel::ProcessReportFile(folder / name, CollectorUrl(), "dev-1"));
+    EXPECT_TRUE(folder.Names().empty());
+    EXPECT_EQ(std::vector<std::string>{"[Quorvel] POST OK: " + WideToUtf8Text(name.substr(0, name.size() - 5))},
+              Lines(cursor, "[Quorvel] POST OK"));
 }
 
 TEST_F(ReportUpload, RefusedAndDroppedConnectionsRollBack) {

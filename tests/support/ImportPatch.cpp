@@ -14,7 +14,7 @@ void Store(void** slot, void* value) {
     FlushInstructionCache(GetCurrentProcess(), slot, sizeof(void*));
 }
 
-// The table slot of `function` imported by name from `dll`; null when none.
+// The table slot of `function` imported by name from `dll` (any DLL when null); null when none.
 void** FindSlot(const char* dll, const char* function) {
     auto* base = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
     const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -23,7 +23,7 @@ void** FindSlot(const char* dll, const char* function) {
     if (imports.VirtualAddress == 0) return nullptr;
     for (auto* descriptor = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
          descriptor->Name != 0; ++descriptor) {
-        if (_stricmp(reinterpret_cast<const char*>(base + descriptor->Name), dll) != 0) continue;
+        if (dll && _stricmp(reinterpret_cast<const char*>(base + descriptor->Name), dll) != 0) continue;
         const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + descriptor->OriginalFirstThunk);
         auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + descriptor->FirstThunk);
         for (; names->u1.AddressOfData != 0; ++names, ++slots) {

@@ -6,8 +6,10 @@
 
 class ImportPatch {
 public:
-    // `dll` as the program imports it ("kernel32.dll"), `function` by name.
-    // Throws std::runtime_error when the program does not import it.
+    // `dll` as the program imports it ("kernel32.dll"), or null for whichever
+    // DLL the program imports `function` from (the C runtime's name differs
+    // between tool chains); `function` by name. Throws std::runtime_error when
+    // the program does not import it.
     ImportPatch(const char* dll, const char* function, const void* replacement);
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;

@@ -123,6 +123,14 @@ TEST(AppIdentity, WritesTheKeyAndWritesItAgainAfterDeletion) {
     ASSERT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, subKey.c_str()), ERROR_SUCCESS);
     EXPECT_EQ(register_app_id(L"Display Name", appId), 0);
     EXPECT_EQ(RegistryValues(subKey), expected);
+
+    // An icon that cannot be written is left out of the identity.
+    ASSERT_TRUE(WriteFileBytes(appData.IconPath(), "other size"));
+    HANDLE locked = CreateFileW(appData.IconPath().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, subKey.c_str()), ERROR_SUCCESS);
+    EXPECT_EQ(register_app_id(L"Display Name", appId), 0);
+    CloseHandle(locked);
+    EXPECT_EQ(RegistryValues(subKey), decltype(expected)(expected.begin(), expected.end() - 1));
     RegDeleteTreeW(HKEY_CURRENT_USER, subKey.c_str());
 }
 

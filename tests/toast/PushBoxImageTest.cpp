@@ -14,7 +14,9 @@
 
 #include "ConfigTestSupport.h"
 #include "HostLogFile.h"
+#include "ImportPatch.h"
 #include "LoopbackHttpServer.h"
+#include "NotificationAppIdentity.h"
 #include "NotificationWrapperMgr.h"
 #include "SimToastControl.h"
 #include "TempFolder.h"
@@ -142,6 +144,49 @@ TEST_F(PushBoxImage, LocalPathIsShownAsItIsInAnyModeButBig) {
     const auto images = StartTagsNamed(xml, L"image");
     ASSERT_EQ(images.size(), 1u) << WideToUtf8Text(xml);
     EXPECT_EQ(images[0].Attribute(L"src"), L"file:///C:\\pic.jpg");
+}
+
+// "big" with a blank after it is not big mode, and "HTTP" is not "http".
+TEST_F(PushBoxImage, OnlyTheExactModeAndSchemeCount) {
+    UseMode("big ");
+    server_.Serve("/pic.jpg", kPicture);
+    const std::string url = "HTTP" + WideToUtf8Text(server_.Url("/pic.jpg")).substr(4);
+    HostLogCursor cursor(TestLogPath());
+
+    ShowWithImage(Utf8ToWideText(url));
+
+    EXPECT_EQ(PushBoxLogLines(cursor),
+              (std::vector<std::string>{
+                  "1 [DownloadImageToTemp][NotificationAPIDLL] download skip, not http url = " + url,
+                  "1 [NotificationSetToPushBoxImpl][NotificationAPIDLL] apply image, isBigMode = false, localPath = " + url,
+              }));
+    EXPECT_TRUE(server_.Requests().empty());
+}
+
+// Wine's shell32 keeps no explicit application id (its getter answers
+// E_NOTIMPL), so the id is seen where the module hands it over.
+std::wstring g_explicitAppId;
+HRESULT WINAPI RecordExplicitAppId(PCWSTR id) {
+    g_explicitAppId = id;
+    return S_OK;
+}
+
+// Each push box writes the identity key again, so one the user deleted comes
+// back, and names the process's explicit application id.
+TEST_F(PushBoxImage, EachPushBoxRestoresTheIdentity) {
+    UseMode("big");
+    const std::wstring key = std::wstring(notification_wrapper::kAppUserModelIdKey) + kPushBoxAppId;
+    ASSERT_TRUE(NotificationSetToPushBox(L"Title", L"Body", L"", L""));
+    ASSERT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str()), ERROR_SUCCESS);
+    {
+        const ImportPatch record("shell32.dll", "SetCurrentProcessExplicitAppUserModelID",
+                                 reinterpret_cast<const void*>(&RecordExplicitAppId));
+        ASSERT_TRUE(NotificationSetToPushBox(L"Title", L"Body", L"", L""));
+    }
+    EXPECT_EQ(g_explicitAppId, kPushBoxAppId);
+    HKEY restored = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, key.c_str(), 0, KEY_QUERY_VALUE, &restored), ERROR_SUCCESS);
+    if (restored) RegCloseKey(restored);
 }
 
 TEST_F(PushBoxImage, FailedDownloadStillShowsTheToastWithoutImage) {
