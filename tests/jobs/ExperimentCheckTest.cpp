@@ -66,7 +66,7 @@ TEST(ExperimentCheck, OnlyTheExactValueOneSwitchesTheInstallOn) {
         std::optional<std::string> value;
         int toggle;
     };
-    const Case cases[] = {{"1", 1},  {"true", 0},        {"01", 0}, {" 1", 0}, {"10", 0},
+    const Case cases[] = {{"1", 1}, {"true", 0}, {"01", 0}, {" 1", 0}, {"10", 0},
                           {"1 ", 0}, {"0", 0}, {std::nullopt, -1}, {"", -1}};
     for (const Case& c : cases) {
         SCOPED_TRACE("value '" + c.value.value_or("(none)") + "'");
