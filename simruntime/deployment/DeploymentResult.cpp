@@ -29,7 +29,7 @@ public:
     HRESULT STDMETHODCALLTYPE get_ExtendedErrorCode(HRESULT* value) override {
         if (!value) return E_POINTER;
         return run_call(L"DeploymentResult.get_ExtendedErrorCode", L"",
-                             [&] { *value = report_.extendedErrorCode; });
+                        [&] { *value = report_.extendedErrorCode; });
     }
     HRESULT STDMETHODCALLTYPE get_IsRegistered(boolean* value) override {
         if (!value) return E_POINTER;

@@ -123,13 +123,13 @@ public:
         if (!boxed) return E_POINTER;
         *boxed = nullptr;
         return run_call(L"PropertyValue.CreateString", rt::view_of(value),
-                             [&] { *boxed = sim::box_string(rt::view_of(value)).detach(); });
+                        [&] { *boxed = sim::box_string(rt::view_of(value)).detach(); });
     }
     HRESULT STDMETHODCALLTYPE CreateDateTime(rt::DateTime value, IInspectable** boxed) override {
         if (!boxed) return E_POINTER;
         *boxed = nullptr;
         return run_call(L"PropertyValue.CreateDateTime", std::to_wstring(value.UniversalTime),
-                             [&] { *boxed = sim::box_date_time(value).detach(); });
+                        [&] { *boxed = sim::box_date_time(value).detach(); });
     }
 
     HRESULT STDMETHODCALLTYPE CreateEmpty(IInspectable** v) override {

@@ -117,12 +117,12 @@ public:
     HRESULT STDMETHODCALLTYPE EscapeComponent(HSTRING toEscape, HSTRING* value) override {
         if (!value) return E_POINTER;
         return run_call(L"Uri.EscapeComponent", rt::view_of(toEscape),
-                             [&] { *value = rt::hstring(sim::escape_component(rt::view_of(toEscape))).detach(); });
+                        [&] { *value = rt::hstring(sim::escape_component(rt::view_of(toEscape))).detach(); });
     }
     HRESULT STDMETHODCALLTYPE UnescapeComponent(HSTRING toUnescape, HSTRING* value) override {
         if (!value) return E_POINTER;
         return run_call(L"Uri.UnescapeComponent", rt::view_of(toUnescape),
-                             [&] { *value = rt::hstring(sim::unescape_component(rt::view_of(toUnescape))).detach(); });
+                        [&] { *value = rt::hstring(sim::unescape_component(rt::view_of(toUnescape))).detach(); });
     }
 };
 

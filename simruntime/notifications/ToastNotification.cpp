@@ -41,7 +41,7 @@ public:
         if (!value) return E_POINTER;
         *value = nullptr;
         return run_call(L"ToastActivatedEventArgs.get_UserInput", L"",
-                             [&] { *value = rt::com_ptr<rt::IPropertySet>(user_input_).detach(); });
+                        [&] { *value = rt::com_ptr<rt::IPropertySet>(user_input_).detach(); });
     }
 
 private:

@@ -204,18 +204,18 @@ public:
         if (!notifier) return E_POINTER;
         *notifier = nullptr;
         return run_call(L"ToastNotificationManager.CreateToastNotifierWithId", rt::view_of(application_id),
-                             [&]() -> HRESULT {
-                                 if (rt::view_of(application_id).empty()) return E_INVALIDARG;
-                                 *notifier = sim::make<toast_notifier>(rt::to_wstring(application_id)).detach();
-                                 return S_OK;
-                             });
+                        [&]() -> HRESULT {
+                            if (rt::view_of(application_id).empty()) return E_INVALIDARG;
+                            *notifier = sim::make<toast_notifier>(rt::to_wstring(application_id)).detach();
+                            return S_OK;
+                        });
     }
     HRESULT STDMETHODCALLTYPE GetTemplateContent(rt::ToastTemplateType type, rt::IXmlDocument** content) override {
         if (!content) return E_POINTER;
         *content = nullptr;
         const auto value = static_cast<int32_t>(type);
         return run_call(L"ToastNotificationManager.GetTemplateContent", std::to_wstring(value),
-                             [&] { return MakeToastTemplateContent(value, content); });
+                        [&] { return MakeToastTemplateContent(value, content); });
     }
 };
 

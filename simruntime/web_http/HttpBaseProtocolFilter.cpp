@@ -63,7 +63,7 @@ public:
     HRESULT STDMETHODCALLTYPE get_CacheControl(rt::IHttpCacheControl** value) override {
         if (!value) return E_POINTER;
         return run_call(L"HttpBaseProtocolFilter.get_CacheControl", L"",
-                             [&] { *value = rt::com_ptr<rt::IHttpCacheControl>(cacheControl_).detach(); });
+                        [&] { *value = rt::com_ptr<rt::IHttpCacheControl>(cacheControl_).detach(); });
     }
 
     // The defaults, which the client's requests obey (HttpFilterDefaults.h);

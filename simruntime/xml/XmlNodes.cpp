@@ -62,7 +62,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Item(UINT32 index, rt::IXmlNode** node) override {
         return run_call(L"XmlNamedNodeMap.Item", std::to_wstring(index),
-                             [&] { return item_of(element_->attributes, index, node); });
+                        [&] { return item_of(element_->attributes, index, node); });
     }
     HRESULT STDMETHODCALLTYPE GetNamedItem(HSTRING name, rt::IXmlNode** node) override {
         return run_call(L"XmlNamedNodeMap.GetNamedItem", rt::view_of(name), [&]() -> HRESULT {
