@@ -272,7 +272,10 @@ bool post_to_apartment(const apartment_ref& target, std::function<void()> work) 
         if (!window) return false;
         target->deliveries.push_back(std::move(work));
     }
-    PostMessageW(window, kDeliverMessage, 0, 0);
+    // Sent, not posted: every message retrieval on that thread runs sent
+    // messages, CoWaitForMultipleHandles' included (Wine's dispatches posted
+    // messages only to COM's own window), and the sender does not wait.
+    SendNotifyMessageW(window, kDeliverMessage, 0, 0);
     return true;
 }
 
