@@ -24,11 +24,11 @@ public:
     }
     HRESULT STDMETHODCALLTYPE get_Version(rt::PackageVersion* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"PackageId.get_Version", L"", [&] { *value = identity_.version; });
+        return run_call(L"PackageId.get_Version", L"", [&] { *value = identity_.version; });
     }
     HRESULT STDMETHODCALLTYPE get_Architecture(rt::ProcessorArchitecture* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"PackageId.get_Architecture", L"", [&] { *value = rt::ProcessorArchitecture::X64; });
+        return run_call(L"PackageId.get_Architecture", L"", [&] { *value = rt::ProcessorArchitecture::X64; });
     }
     HRESULT STDMETHODCALLTYPE get_ResourceId(HSTRING* value) override {
         return text_result(L"PackageId.get_ResourceId", L"", value);
@@ -55,14 +55,14 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_Id(rt::IPackageId** value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Package.get_Id", L"", [&] { *value = rt::com_ptr<rt::IPackageId>(id_).detach(); });
+        return run_call(L"Package.get_Id", L"", [&] { *value = rt::com_ptr<rt::IPackageId>(id_).detach(); });
     }
     HRESULT STDMETHODCALLTYPE get_InstalledLocation(rt::IStorageFolder**) override {
         return not_simulated(L"Package.get_InstalledLocation");
     }
     HRESULT STDMETHODCALLTYPE get_IsFramework(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Package.get_IsFramework", L"", [&] { *value = 0; });
+        return run_call(L"Package.get_IsFramework", L"", [&] { *value = 0; });
     }
     HRESULT STDMETHODCALLTYPE get_Dependencies(rt::IVectorView<rt::Package>**) override {
         return not_simulated(L"Package.get_Dependencies");
@@ -72,7 +72,7 @@ public:
     // asked for; a registration removed since the package was found keeps the states it had then.
     HRESULT STDMETHODCALLTYPE get_Status(rt::IPackageStatus** value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Package.get_Status", L"", [&] {
+        return run_call(L"Package.get_Status", L"", [&] {
             const std::uint32_t states = sim::registered_package_states(fullName_).value_or(statesWhenFound_);
             *value = sim::make_package_status(states).detach();
         });

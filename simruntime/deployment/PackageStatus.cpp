@@ -52,7 +52,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE VerifyIsOK(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"PackageStatus.VerifyIsOK", L"", [&] { *value = states_ == 0 ? 1 : 0; });
+        return run_call(L"PackageStatus.VerifyIsOK", L"", [&] { *value = states_ == 0 ? 1 : 0; });
     }
     HRESULT STDMETHODCALLTYPE get_NotAvailable(boolean* value) override {
         return read(L"PackageStatus.get_NotAvailable", kNotAvailable, value);
@@ -89,9 +89,9 @@ public:
     }
 
 private:
-    HRESULT read(const wchar_t* method, std::uint32_t states, boolean* value) const {
+    HRESULT read(const wchar_t* method, std::uint32_t states, boolean* value) {
         if (!value) return E_POINTER;
-        return sim::run_call(method, L"", [&] { *value = (states_ & states) != 0 ? 1 : 0; });
+        return run_call(method, L"", [&] { *value = (states_ & states) != 0 ? 1 : 0; });
     }
 
     // "PackageStatus Class": every property is read-only; a fresh state needs a fresh Package.Status.
