@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "QuorvelReportUtils.h"
 #include "ReportDrain.h"
 #include "ReportTestSupport.h"
@@ -28,4 +30,17 @@ TEST(ReportApartment, TheDrainAfterEndedReportThreadsCallsIntoALiveApartment) {
 
     DrainReports();
     EXPECT_EQ(2u, collector.Accepted().size());
+}
+
+// A process that ends while a report thread is still listed (another thread
+// ended it, a join threw) ends normally: the list is never destroyed, where
+// destroying a joinable thread would abort under the loader lock.
+TEST(ReportApartment, AProcessEndingWithAListedReportThreadExitsNormally) {
+    EmptyReportFolder();
+    EXPECT_EXIT(
+        {
+            quorvel::ReportToggleEventAsync({"apartment_probe", "exit", "probe", 3});
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
