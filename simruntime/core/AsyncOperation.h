@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "AbiValue.h"
+#include "AsyncPlan.h"
+#include "HandlerRoute.h"
 #include "ComPtr.h"
 #include "Foundation.h"
 #include "RuntimeError.h"
@@ -21,19 +23,6 @@
 #include "ThreadPool.h"
 
 namespace sim {
-
-struct async_plan {
-    std::uint32_t delay_ms = 0;
-    // Completed, Error or Canceled: how the operation ends. Started: it never does.
-    rt::AsyncStatus outcome = rt::AsyncStatus::Completed;
-    // ErrorCode when the outcome is Error or Canceled.
-    HRESULT error_code = S_OK;
-    // ErrorCode after Cancel().
-    HRESULT cancel_error_code = HRESULT_FROM_WIN32(ERROR_CANCELLED);
-    // "IAsyncInfo::Cancel": "Requests cancellation": the operation may stay
-    // Started this long after Cancel returned (0: Canceled at once).
-    std::uint32_t cancel_delay_ms = 0;
-};
 
 namespace async_detail {
 inline std::atomic<UINT32> next_id{1};
@@ -62,16 +51,17 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE get_Id(UINT32* id) override {
-        return read([&] { *id = id_; });
+        return read(L"AsyncOperation.get_Id", [&] { *id = id_; });
     }
     HRESULT STDMETHODCALLTYPE get_Status(rt::AsyncStatus* status) override {
-        return read([&] { *status = status_; });
+        return read(L"AsyncOperation.get_Status", [&] { *status = status_; });
     }
     HRESULT STDMETHODCALLTYPE get_ErrorCode(HRESULT* errorCode) override {
-        return read([&] { *errorCode = errorCode_; });
+        return read(L"AsyncOperation.get_ErrorCode", [&] { *errorCode = errorCode_; });
     }
 
     HRESULT STDMETHODCALLTYPE Cancel() override {
+        if (const HRESULT refused = this->admit(L"AsyncOperation.Cancel"); FAILED(refused)) return refused;
         if (plan_.cancel_delay_ms == 0) return cancel_now();
         {
             std::lock_guard lock(mutex_);
@@ -85,6 +75,7 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE Close() override {
+        if (const HRESULT refused = this->admit(L"AsyncOperation.Close"); FAILED(refused)) return refused;
         std::lock_guard lock(mutex_);
         if (closed_) return S_OK;
         if (status_ == rt::AsyncStatus::Started) return rt::hresults::illegal_state_change;
@@ -93,28 +84,32 @@ public:
         return S_OK;
     }
 
+    // The handler is routed by the apartment it is set from (HandlerRoute.h).
     HRESULT STDMETHODCALLTYPE put_Completed(completed_handler* handler) override {
+        if (const HRESULT refused = this->admit(L"AsyncOperation.put_Completed"); FAILED(refused)) return refused;
         rt::AsyncStatus ended;
+        routed_handler<completed_handler> routed(handler);
         {
             std::lock_guard lock(mutex_);
             if (closed_) return rt::hresults::illegal_method_call;
             if (completedAssigned_) return rt::hresults::illegal_delegate_assignment;
             completedAssigned_ = true;
             if (status_ == rt::AsyncStatus::Started) {
-                completedHandler_ = rt::com_ptr<completed_handler>::copy_from(handler);
+                completedHandler_ = std::move(routed);
                 return S_OK;
             }
             ended = status_;
         }
-        if (handler) handler->Invoke(this, ended);
+        invoke_completed(routed, ended);
         return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE get_Completed(completed_handler** handler) override {
-        return read([&] { *handler = rt::com_ptr<completed_handler>(completedHandler_).detach(); });
+        return read(L"AsyncOperation.get_Completed", [&] { *handler = rt::com_ptr<completed_handler>::copy_from(completedHandler_.get()).detach(); });
     }
 
     HRESULT STDMETHODCALLTYPE GetResults(rt::abi_t<result_type>* results) override {
+        if (const HRESULT refused = this->admit(L"AsyncOperation.GetResults"); FAILED(refused)) return refused;
         std::lock_guard lock(mutex_);
         if (closed_) return rt::hresults::illegal_method_call;
         if (status_ == rt::AsyncStatus::Error) return errorCode_;
@@ -127,7 +122,8 @@ protected:
     virtual void report_progress() {}
 
     template <class Read>
-    HRESULT read(Read&& readState) {
+    HRESULT read(std::wstring_view method, Read&& readState) {
+        if (const HRESULT refused = this->admit(method); FAILED(refused)) return refused;
         std::lock_guard lock(mutex_);
         if (closed_) return rt::hresults::illegal_method_call;
         readState();
@@ -137,8 +133,13 @@ protected:
     std::mutex mutex_;
 
 private:
+    void invoke_completed(const routed_handler<completed_handler>& handler, rt::AsyncStatus status) {
+        handler.call([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), status](
+                         completed_handler* target) { return target->Invoke(self.get(), status); });
+    }
+
     HRESULT cancel_now() {
-        rt::com_ptr<completed_handler> handler;
+        routed_handler<completed_handler> handler;
         {
             std::lock_guard lock(mutex_);
             if (closed_) return rt::hresults::illegal_method_call;
@@ -149,7 +150,7 @@ private:
         }
         if (handler) {
             run_on_pool([self = rt::com_ptr<Derived>::copy_from(static_cast<Derived*>(this)), handler] {
-                handler->Invoke(self.get(), rt::AsyncStatus::Canceled);
+                self->invoke_completed(handler, rt::AsyncStatus::Canceled);
             });
         }
         return S_OK;
@@ -171,7 +172,7 @@ private:
     }
 
     void end(rt::AsyncStatus outcome, HRESULT errorCode, rt::owned_t<result_type> result) {
-        rt::com_ptr<completed_handler> handler;
+        routed_handler<completed_handler> handler;
         {
             std::lock_guard lock(mutex_);
             if (status_ != rt::AsyncStatus::Started) return;  // cancelled meanwhile
@@ -180,7 +181,7 @@ private:
             result_ = std::move(result);
             handler = std::move(completedHandler_);
         }
-        if (handler) handler->Invoke(this, outcome);
+        if (handler) invoke_completed(handler, outcome);
     }
 
     const async_plan plan_;
@@ -189,7 +190,7 @@ private:
     rt::AsyncStatus status_ = rt::AsyncStatus::Started;
     HRESULT errorCode_ = S_OK;
     rt::owned_t<result_type> result_{};
-    rt::com_ptr<completed_handler> completedHandler_;
+    routed_handler<completed_handler> completedHandler_;
     bool completedAssigned_ = false;
     bool closed_ = false;
 };
@@ -215,16 +216,19 @@ public:
         : core(plan, std::move(produce)), progress_(std::move(progress)) {}
 
     HRESULT STDMETHODCALLTYPE put_Progress(progress_handler* handler) override {
-        return this->read([&] { progressHandler_ = rt::com_ptr<progress_handler>::copy_from(handler); });
+        return this->read(L"AsyncOperation.put_Progress", [&] { progressHandler_ = rt::com_ptr<progress_handler>::copy_from(handler); });
     }
     HRESULT STDMETHODCALLTYPE get_Progress(progress_handler** handler) override {
-        return this->read([&] { *handler = rt::com_ptr<progress_handler>(progressHandler_).detach(); });
+        return this->read(L"AsyncOperation.get_Progress", [&] { *handler = rt::com_ptr<progress_handler>(progressHandler_).detach(); });
     }
 
 private:
     void report_progress() override {
         rt::com_ptr<progress_handler> handler;
-        this->read([&] { handler = progressHandler_; });
+        {
+            std::lock_guard lock(this->mutex_);
+            handler = progressHandler_;
+        }
         if (!handler) return;
         for (const TProgress& step : progress_) handler->Invoke(this, rt::abi_value<TProgress>::copy(step));
     }

@@ -1,7 +1,9 @@
 #pragma once
 // Base templates for simulated runtime objects: atomic reference counting,
 // QueryInterface over the listed interfaces, and the IInspectable methods.
-// Simulated objects are free-threaded, so they also answer IAgileObject.
+// Each object remembers the apartment it was handed out in and its class's
+// attributes (ClassAttributes.h): its calls are admitted by the apartment
+// rules (Apartments.h), and only an agile class answers IAgileObject.
 #include <windows.h>
 #include <activation.h>
 #include <inspectable.h>
@@ -9,13 +11,18 @@
 #include <winstring.h>
 
 #include <atomic>
+#include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
+#include "Apartments.h"
+#include "ClassAttributes.h"
 #include "ComPtr.h"
 #include "Guid.h"
+#include "SimCall.h"
+#include "SimMethods.h"
 
 namespace sim {
 
@@ -31,8 +38,17 @@ public:
     object(const object&) = delete;
     object& operator=(const object&) = delete;
 
+    // AddRef and Release stay quiet on a dead object: the platform's own
+    // bookkeeping (operations, the notification centre) lets go of objects on
+    // its threads after their apartment ended. QueryInterface is a use.
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override {
         if (!result) return E_POINTER;
+        *result = nullptr;
+        if (home_) {
+            const HRESULT refused = admit_call(home_, marshaling_behavior::agile,
+                                               std::wstring(Derived::runtime_class_name) + L".QueryInterface");
+            if (FAILED(refused)) return refused;
+        }
         *result = find(iid);
         if (!*result) return E_NOINTERFACE;
         AddRef();
@@ -66,14 +82,40 @@ public:
         return S_OK;
     }
 
+    // S_OK, or the refusal of a call of `method` ("Class.Method") under the apartment rules.
+    HRESULT admit(std::wstring_view method) noexcept {
+        static constexpr marshaling_behavior marshaling = attributes_of(Derived::runtime_class_name).marshaling;
+        return admit_call(home_, marshaling, method);
+    }
+
 protected:
-    object() = default;
+    object() : home_(calling_apartment()) {}
     virtual ~object() = default;
+
+    // The method frames of SimCall.h and SimMethods.h, admitted first. Members
+    // of a class find these before the free ones.
+    template <class Body>
+    HRESULT run_call(std::wstring_view method, std::wstring_view arguments, Body&& body) noexcept {
+        const HRESULT refused = admit(method);
+        if (FAILED(refused)) return refused;
+        return ::sim::run_call(method, arguments, std::forward<Body>(body));
+    }
+    HRESULT text_result(std::wstring_view method, std::wstring_view text, HSTRING* value) {
+        const HRESULT refused = admit(method);
+        return FAILED(refused) ? refused : ::sim::text_result(method, text, value);
+    }
+    HRESULT not_simulated(std::wstring_view method) {
+        const HRESULT refused = admit(method);
+        return FAILED(refused) ? refused : ::sim::not_simulated(method);
+    }
 
 private:
     void* find(REFIID iid) {
-        if (iid == rt::iid_of<IUnknown> || iid == rt::iid_of<IInspectable> || iid == rt::iid_of<IAgileObject>) {
-            return static_cast<default_interface*>(this);
+        if (iid == rt::iid_of<IUnknown> || iid == rt::iid_of<IInspectable>) return static_cast<default_interface*>(this);
+        if (iid == rt::iid_of<IAgileObject>) {
+            static constexpr bool agile =
+                attributes_of(Derived::runtime_class_name).marshaling == marshaling_behavior::agile;
+            return agile ? static_cast<default_interface*>(this) : nullptr;
         }
         void* found = nullptr;
         (void)((iid == rt::iid_of<Interfaces> && (found = static_cast<Interfaces*>(this), true)) || ...);
@@ -81,6 +123,7 @@ private:
     }
 
     std::atomic<ULONG> references_{1};
+    const apartment_ref home_;
 };
 
 // The factory of a class, with the statics interfaces the class offers.

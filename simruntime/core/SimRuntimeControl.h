@@ -42,6 +42,11 @@ SIMRUNTIME_EXPORT HRESULT SimRuntime_FailNextCall(const wchar_t* method, HRESULT
 // The calls made so far, one "Class.Method(arguments)" per line; returns the
 // length of the whole log and copies what fits, terminated, into `buffer`.
 SIMRUNTIME_EXPORT UINT32 SimRuntime_CallLog(wchar_t* buffer, UINT32 capacity);
+// The index-th COM rule a caller broke in this process (use after unload, wrong
+// apartment), one line each; S_FALSE past the last. SimRuntime_Reset keeps them.
+SIMRUNTIME_EXPORT HRESULT SimRuntime_Violation(UINT32 index, HSTRING* line);
+// Forgets the first `count` of them (those a reader has seen; later ones stay).
+SIMRUNTIME_EXPORT HRESULT SimRuntime_ClearViolations(UINT32 count);
 }
 
 namespace sim_control {
@@ -118,6 +123,21 @@ std::vector<std::wstring> read_lines(Read&& read, const char* what) {
         if (result == S_FALSE) return lines;
         lines.push_back(line.str());
     }
+}
+
+// The rules broken so far in this process; the test support's listener fails
+// the running test for each one left at its end.
+inline std::vector<std::wstring> violations() {
+    const auto read = SIM_CONTROL_FUNCTION(SimRuntime_Violation);
+    return read_lines([&](UINT32 index, HSTRING* line) { return read(index, line); }, "SimRuntime_Violation");
+}
+
+// The same, taken: a test that breaks a rule on purpose takes what it expects.
+inline std::vector<std::wstring> take_violations() {
+    std::vector<std::wstring> taken = violations();
+    check(SIM_CONTROL_FUNCTION(SimRuntime_ClearViolations)(static_cast<UINT32>(taken.size())),
+          "SimRuntime_ClearViolations");
+    return taken;
 }
 
 // How many logged calls were of `method`, whatever their arguments.

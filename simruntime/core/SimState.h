@@ -6,7 +6,7 @@
 #include <mutex>
 #include <string_view>
 
-#include "AsyncOperation.h"
+#include "AsyncPlan.h"
 
 namespace sim {
 

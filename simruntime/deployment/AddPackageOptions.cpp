@@ -45,13 +45,13 @@ public:
     // "AddPackageOptions.ExternalLocationUri Property": null until a caller sets it.
     HRESULT STDMETHODCALLTYPE get_ExternalLocationUri(rt::IUriRuntimeClass** value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"AddPackageOptions.get_ExternalLocationUri", L"", [&] {
+        return run_call(L"AddPackageOptions.get_ExternalLocationUri", L"", [&] {
             std::lock_guard lock(mutex_);
             *value = rt::com_ptr<rt::IUriRuntimeClass>(externalLocation_).detach();
         });
     }
     HRESULT STDMETHODCALLTYPE put_ExternalLocationUri(rt::IUriRuntimeClass* value) override {
-        return sim::run_call(L"AddPackageOptions.put_ExternalLocationUri", value ? L"uri" : L"null", [&] {
+        return run_call(L"AddPackageOptions.put_ExternalLocationUri", value ? L"uri" : L"null", [&] {
             std::lock_guard lock(mutex_);
             externalLocation_ = rt::com_ptr<rt::IUriRuntimeClass>::copy_from(value);
         });
@@ -111,7 +111,7 @@ private:
     // Logged as "AddPackageOptions.put_<name>(0|1)".
     HRESULT put(std::wstring_view name, boolean value) {
         const std::wstring method = L"AddPackageOptions.put_" + std::wstring(name);
-        return sim::run_call(method, value ? L"1" : L"0", [&] {
+        return run_call(method, value ? L"1" : L"0", [&] {
             std::lock_guard lock(mutex_);
             switches_.insert_or_assign(std::wstring(name), value != 0);
         });
@@ -119,7 +119,7 @@ private:
     HRESULT get(std::wstring_view name, boolean* value) {
         if (!value) return E_POINTER;
         const std::wstring method = L"AddPackageOptions.get_" + std::wstring(name);
-        return sim::run_call(method, L"", [&] {
+        return run_call(method, L"", [&] {
             std::lock_guard lock(mutex_);
             const auto found = switches_.find(name);
             *value = found != switches_.end() && found->second;
@@ -138,7 +138,7 @@ public:
     HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable** instance) override {
         if (!instance) return E_POINTER;
         *instance = nullptr;
-        return sim::run_call(L"AddPackageOptions.ActivateInstance", L"", [&] {
+        return run_call(L"AddPackageOptions.ActivateInstance", L"", [&] {
             *instance = static_cast<rt::IAddPackageOptions*>(sim::make<add_package_options>().detach());
         });
     }

@@ -20,20 +20,20 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE get_ErrorText(HSTRING* value) override {
-        return sim::text_result(L"DeploymentResult.get_ErrorText", report_.errorText, value);
+        return text_result(L"DeploymentResult.get_ErrorText", report_.errorText, value);
     }
     HRESULT STDMETHODCALLTYPE get_ActivityId(GUID* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"DeploymentResult.get_ActivityId", L"", [&] { *value = activityId_; });
+        return run_call(L"DeploymentResult.get_ActivityId", L"", [&] { *value = activityId_; });
     }
     HRESULT STDMETHODCALLTYPE get_ExtendedErrorCode(HRESULT* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"DeploymentResult.get_ExtendedErrorCode", L"",
-                             [&] { *value = report_.extendedErrorCode; });
+        return run_call(L"DeploymentResult.get_ExtendedErrorCode", L"",
+                        [&] { *value = report_.extendedErrorCode; });
     }
     HRESULT STDMETHODCALLTYPE get_IsRegistered(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"DeploymentResult.get_IsRegistered", L"", [&] { *value = report_.isRegistered; });
+        return run_call(L"DeploymentResult.get_IsRegistered", L"", [&] { *value = report_.isRegistered; });
     }
 
 private:

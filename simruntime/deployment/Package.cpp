@@ -22,11 +22,11 @@ public:
     }
     HRESULT STDMETHODCALLTYPE get_Version(rt::PackageVersion* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"PackageId.get_Version", L"", [&] { *value = identity_.version; });
+        return run_call(L"PackageId.get_Version", L"", [&] { *value = identity_.version; });
     }
     HRESULT STDMETHODCALLTYPE get_Architecture(rt::ProcessorArchitecture* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"PackageId.get_Architecture", L"", [&] { *value = rt::ProcessorArchitecture::X64; });
+        return run_call(L"PackageId.get_Architecture", L"", [&] { *value = rt::ProcessorArchitecture::X64; });
     }
     HRESULT STDMETHODCALLTYPE get_ResourceId(HSTRING* value) override {
         return text_result(L"PackageId.get_ResourceId", L"", value);
@@ -52,14 +52,14 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_Id(rt::IPackageId** value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Package.get_Id", L"", [&] { *value = rt::com_ptr<rt::IPackageId>(id_).detach(); });
+        return run_call(L"Package.get_Id", L"", [&] { *value = rt::com_ptr<rt::IPackageId>(id_).detach(); });
     }
     HRESULT STDMETHODCALLTYPE get_InstalledLocation(rt::IStorageFolder**) override {
         return not_simulated(L"Package.get_InstalledLocation");
     }
     HRESULT STDMETHODCALLTYPE get_IsFramework(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Package.get_IsFramework", L"", [&] { *value = 0; });
+        return run_call(L"Package.get_IsFramework", L"", [&] { *value = 0; });
     }
     HRESULT STDMETHODCALLTYPE get_Dependencies(rt::IVectorView<rt::Package>**) override {
         return not_simulated(L"Package.get_Dependencies");

@@ -103,7 +103,7 @@ public:
         const std::wstring_view name = rt::view_of(packageName);
         const std::wstring_view publisher = rt::view_of(packagePublisher);
         sim::throw_if_planned(kFindMethod);
-        return sim::run_call(kFindMethod, quoted({user, name, publisher}), [&] {
+        return run_call(kFindMethod, quoted({user, name, publisher}), [&] {
             sim::item_list<rt::Package> packages;
             for (const auto& identity : sim::find_packages(user, name, publisher)) {
                 packages.push_back(sim::make_package(identity));
@@ -118,7 +118,7 @@ public:
         *deploymentOperation = nullptr;
         const std::wstring fullName(rt::view_of(packageFullName));
         sim::throw_if_planned(kRemoveMethod);
-        return sim::run_call(kRemoveMethod, fullName, [&] {
+        return run_call(kRemoveMethod, fullName, [&] {
             *deploymentOperation = start_operation(kRemoveMethod, [fullName] {
                                        if (!sim::remove_package(fullName)) {
                                            throw rt::hresult_error(HRESULT_FROM_WIN32(ERROR_INSTALL_PACKAGE_NOT_FOUND));
@@ -136,7 +136,7 @@ public:
         sim::throw_if_planned(kAddMethod);
         return rt::hresult_from([&] {
             const std::wstring uri = raw_text_of(packageUri);
-            return sim::run_call(kAddMethod, uri, [&] {
+            return run_call(kAddMethod, uri, [&] {
                 const sim::add_request request = request_of(options);
                 const sim::deployment_report report = sim::next_add_report();
                 *operation = start_operation(kAddMethod, [uri, report, request] {
@@ -229,7 +229,7 @@ public:
     HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable** instance) override {
         if (!instance) return E_POINTER;
         *instance = nullptr;
-        return sim::run_call(L"PackageManager.ActivateInstance", L"", [&] {
+        return run_call(L"PackageManager.ActivateInstance", L"", [&] {
             *instance = static_cast<rt::IPackageManager*>(sim::make<package_manager>().detach());
         });
     }

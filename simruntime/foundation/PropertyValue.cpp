@@ -122,14 +122,14 @@ public:
     HRESULT STDMETHODCALLTYPE CreateString(HSTRING value, IInspectable** boxed) override {
         if (!boxed) return E_POINTER;
         *boxed = nullptr;
-        return sim::run_call(L"PropertyValue.CreateString", rt::view_of(value),
-                             [&] { *boxed = sim::box_string(rt::view_of(value)).detach(); });
+        return run_call(L"PropertyValue.CreateString", rt::view_of(value),
+                        [&] { *boxed = sim::box_string(rt::view_of(value)).detach(); });
     }
     HRESULT STDMETHODCALLTYPE CreateDateTime(rt::DateTime value, IInspectable** boxed) override {
         if (!boxed) return E_POINTER;
         *boxed = nullptr;
-        return sim::run_call(L"PropertyValue.CreateDateTime", std::to_wstring(value.UniversalTime),
-                             [&] { *boxed = sim::box_date_time(value).detach(); });
+        return run_call(L"PropertyValue.CreateDateTime", std::to_wstring(value.UniversalTime),
+                        [&] { *boxed = sim::box_date_time(value).detach(); });
     }
 
     HRESULT STDMETHODCALLTYPE CreateEmpty(IInspectable** v) override {

@@ -16,15 +16,6 @@
 
 namespace {
 
-HRESULT text_result(const wchar_t* method, const std::wstring& text, HSTRING* value) {
-    if (!value) return E_POINTER;
-    return sim::run_call(method, L"", [&] { *value = rt::hstring(text).detach(); });
-}
-
-HRESULT not_simulated(const wchar_t* method) {
-    return sim::run_call(method, L"", [] { return E_NOTIMPL; });
-}
-
 class uri final
     : public sim::object<uri, rt::IUriRuntimeClass, rt::IUriRuntimeClassWithAbsoluteCanonicalUri, rt::IStringable> {
 public:
@@ -66,15 +57,15 @@ public:
     }
     HRESULT STDMETHODCALLTYPE get_Port(INT32* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Uri.get_Port", L"", [&] { *value = sim::port_number(parts_); });
+        return run_call(L"Uri.get_Port", L"", [&] { *value = sim::port_number(parts_); });
     }
     HRESULT STDMETHODCALLTYPE get_Suspicious(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Uri.get_Suspicious", L"", [&] { *value = 0; });
+        return run_call(L"Uri.get_Suspicious", L"", [&] { *value = 0; });
     }
     HRESULT STDMETHODCALLTYPE Equals(rt::IUriRuntimeClass* other, boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Uri.Equals", L"", [&]() -> HRESULT {
+        return run_call(L"Uri.Equals", L"", [&]() -> HRESULT {
             *value = 0;
             if (!other) return S_OK;
             rt::hstring otherUri;
@@ -111,7 +102,7 @@ public:
         if (!instance) return E_POINTER;
         *instance = nullptr;
         sim::throw_if_planned(L"Uri.CreateUri");
-        return sim::run_call(L"Uri.CreateUri", rt::view_of(text), [&]() -> HRESULT {
+        return run_call(L"Uri.CreateUri", rt::view_of(text), [&]() -> HRESULT {
             auto parts = sim::parse_absolute_uri(rt::view_of(text));
             if (!parts) return E_INVALIDARG;
             *instance = sim::make<uri>(std::move(*parts)).detach();
@@ -125,13 +116,13 @@ public:
 
     HRESULT STDMETHODCALLTYPE EscapeComponent(HSTRING toEscape, HSTRING* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Uri.EscapeComponent", rt::view_of(toEscape),
-                             [&] { *value = rt::hstring(sim::escape_component(rt::view_of(toEscape))).detach(); });
+        return run_call(L"Uri.EscapeComponent", rt::view_of(toEscape),
+                        [&] { *value = rt::hstring(sim::escape_component(rt::view_of(toEscape))).detach(); });
     }
     HRESULT STDMETHODCALLTYPE UnescapeComponent(HSTRING toUnescape, HSTRING* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Uri.UnescapeComponent", rt::view_of(toUnescape),
-                             [&] { *value = rt::hstring(sim::unescape_component(rt::view_of(toUnescape))).detach(); });
+        return run_call(L"Uri.UnescapeComponent", rt::view_of(toUnescape),
+                        [&] { *value = rt::hstring(sim::unescape_component(rt::view_of(toUnescape))).detach(); });
     }
 };
 

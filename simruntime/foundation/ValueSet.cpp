@@ -29,7 +29,7 @@ public:
     HRESULT STDMETHODCALLTYPE Lookup(HSTRING key, IInspectable** value) override {
         if (!value) return E_POINTER;
         *value = nullptr;
-        return sim::run_call(L"ValueSet.Lookup", rt::view_of(key), [&]() -> HRESULT {
+        return run_call(L"ValueSet.Lookup", rt::view_of(key), [&]() -> HRESULT {
             std::lock_guard lock(mutex_);
             const auto found = values_.find(rt::to_wstring(key));
             if (found == values_.end()) return sim::out_of_bounds;
@@ -39,25 +39,25 @@ public:
     }
     HRESULT STDMETHODCALLTYPE get_Size(UINT32* size) override {
         if (!size) return E_POINTER;
-        return sim::run_call(L"ValueSet.get_Size", L"", [&] {
+        return run_call(L"ValueSet.get_Size", L"", [&] {
             std::lock_guard lock(mutex_);
             *size = static_cast<UINT32>(values_.size());
         });
     }
     HRESULT STDMETHODCALLTYPE HasKey(HSTRING key, boolean* found) override {
         if (!found) return E_POINTER;
-        return sim::run_call(L"ValueSet.HasKey", rt::view_of(key), [&] {
+        return run_call(L"ValueSet.HasKey", rt::view_of(key), [&] {
             std::lock_guard lock(mutex_);
             *found = values_.count(rt::to_wstring(key)) != 0 ? 1 : 0;
         });
     }
     HRESULT STDMETHODCALLTYPE GetView(rt::IMapView<HSTRING, IInspectable>** view) override {
         if (view) *view = nullptr;
-        return sim::not_simulated(L"ValueSet.GetView");
+        return not_simulated(L"ValueSet.GetView");
     }
     HRESULT STDMETHODCALLTYPE Insert(HSTRING key, IInspectable* value, boolean* replaced) override {
         if (!replaced) return E_POINTER;
-        return sim::run_call(L"ValueSet.Insert", rt::view_of(key), [&] {
+        return run_call(L"ValueSet.Insert", rt::view_of(key), [&] {
             std::lock_guard lock(mutex_);
             const auto [where, inserted] =
                 values_.insert_or_assign(rt::to_wstring(key), rt::com_ptr<IInspectable>::copy_from(value));
@@ -65,13 +65,13 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Remove(HSTRING key) override {
-        return sim::run_call(L"ValueSet.Remove", rt::view_of(key), [&]() -> HRESULT {
+        return run_call(L"ValueSet.Remove", rt::view_of(key), [&]() -> HRESULT {
             std::lock_guard lock(mutex_);
             return values_.erase(rt::to_wstring(key)) != 0 ? S_OK : sim::out_of_bounds;
         });
     }
     HRESULT STDMETHODCALLTYPE Clear() override {
-        return sim::run_call(L"ValueSet.Clear", L"", [&] {
+        return run_call(L"ValueSet.Clear", L"", [&] {
             std::lock_guard lock(mutex_);
             values_.clear();
         });
@@ -89,7 +89,7 @@ public:
     HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable** instance) override {
         if (!instance) return E_POINTER;
         *instance = nullptr;
-        return sim::run_call(L"ValueSet.ActivateInstance", L"", [&] { *instance = sim::make_value_set().detach(); });
+        return run_call(L"ValueSet.ActivateInstance", L"", [&] { *instance = sim::make_value_set().detach(); });
     }
 };
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ComPtr.h"
+#include "HandlerRoute.h"
 #include "Notifications.h"
 #include "SimObject.h"
 
@@ -72,7 +73,7 @@ public:
 
 private:
     template <class Handler>
-    using handler_table = std::map<std::int64_t, rt::com_ptr<Handler>>;
+    using handler_table = std::map<std::int64_t, routed_handler<Handler>>;
 
     std::wstring locked_copy(const std::wstring& text);
     HRESULT put_text(const wchar_t* method, std::wstring& field, HSTRING value);
@@ -81,12 +82,14 @@ private:
                         rt::EventRegistrationToken* token);
     template <class Handler>
     HRESULT remove_handler(const wchar_t* method, handler_table<Handler>& table, rt::EventRegistrationToken token);
-    template <class Handler, class Args>
-    HRESULT raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args);
+    // `make_args()` makes the event's arguments where a handler runs, as the
+    // platform hands each apartment its own.
+    template <class Handler, class MakeArgs>
+    HRESULT raise(handler_table<Handler>& table, MakeArgs make_args);
     template <class Handler>
-    std::vector<rt::com_ptr<Handler>> handlers_of(handler_table<Handler>& table);
-    template <class Handler, class Args>
-    HRESULT invoke_all(const std::vector<rt::com_ptr<Handler>>& handlers, const rt::com_ptr<Args>& args);
+    std::vector<routed_handler<Handler>> handlers_of(handler_table<Handler>& table);
+    template <class Handler, class MakeArgs>
+    HRESULT invoke_all(const std::vector<routed_handler<Handler>>& handlers, const MakeArgs& make_args);
 
     std::mutex mutex_;
     const rt::com_ptr<rt::IXmlDocument> content_;

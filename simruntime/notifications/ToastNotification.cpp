@@ -35,13 +35,13 @@ public:
         : arguments_(std::move(arguments)), user_input_(std::move(user_input)) {}
 
     HRESULT STDMETHODCALLTYPE get_Arguments(HSTRING* value) override {
-        return sim::text_result(L"ToastActivatedEventArgs.get_Arguments", arguments_, value);
+        return text_result(L"ToastActivatedEventArgs.get_Arguments", arguments_, value);
     }
     HRESULT STDMETHODCALLTYPE get_UserInput(rt::IPropertySet** value) override {
         if (!value) return E_POINTER;
         *value = nullptr;
-        return sim::run_call(L"ToastActivatedEventArgs.get_UserInput", L"",
-                             [&] { *value = rt::com_ptr<rt::IPropertySet>(user_input_).detach(); });
+        return run_call(L"ToastActivatedEventArgs.get_UserInput", L"",
+                        [&] { *value = rt::com_ptr<rt::IPropertySet>(user_input_).detach(); });
     }
 
 private:
@@ -57,7 +57,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_Reason(rt::ToastDismissalReason* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"ToastDismissedEventArgs.get_Reason", L"", [&] { *value = reason_; });
+        return run_call(L"ToastDismissedEventArgs.get_Reason", L"", [&] { *value = reason_; });
     }
 
 private:
@@ -72,7 +72,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_ErrorCode(HRESULT* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"ToastFailedEventArgs.get_ErrorCode", L"", [&] { *value = error_code_; });
+        return run_call(L"ToastFailedEventArgs.get_ErrorCode", L"", [&] { *value = error_code_; });
     }
 
 private:
@@ -88,7 +88,7 @@ public:
                                                       rt::IToastNotification** value) override {
         if (!value) return E_POINTER;
         *value = nullptr;
-        return sim::run_call(L"ToastNotification.CreateToastNotification", L"", [&]() -> HRESULT {
+        return run_call(L"ToastNotification.CreateToastNotification", L"", [&]() -> HRESULT {
             if (!content) return E_INVALIDARG;
             *value = sim::make<sim::toast_notification>(rt::com_ptr<rt::IXmlDocument>::copy_from(content)).detach();
             return S_OK;
@@ -147,7 +147,7 @@ HRESULT toast_notification::add_handler(const wchar_t* method, handler_table<Han
         if (!handler) return E_INVALIDARG;
         std::lock_guard lock(mutex_);
         token->Value = next_token_++;
-        table.emplace(token->Value, rt::com_ptr<Handler>::copy_from(handler));
+        table.emplace(token->Value, routed_handler<Handler>(handler));
         return S_OK;
     });
 }
@@ -157,7 +157,7 @@ template <class Handler>
 HRESULT toast_notification::remove_handler(const wchar_t* method, handler_table<Handler>& table,
                                            rt::EventRegistrationToken token) {
     return run_call(method, std::to_wstring(token.Value), [&] {
-        rt::com_ptr<Handler> removed;
+        routed_handler<Handler> removed;
         std::lock_guard lock(mutex_);
         const auto found = table.find(token.Value);
         if (found == table.end()) return;
@@ -245,33 +245,37 @@ toast_handler_counts toast_notification::handler_counts() {
 }
 
 template <class Handler>
-std::vector<rt::com_ptr<Handler>> toast_notification::handlers_of(handler_table<Handler>& table) {
+std::vector<routed_handler<Handler>> toast_notification::handlers_of(handler_table<Handler>& table) {
     // The handlers run without the lock, holding their own references: a
     // handler may revoke itself, as the platform allows.
-    std::vector<rt::com_ptr<Handler>> handlers;
+    std::vector<routed_handler<Handler>> handlers;
     std::lock_guard lock(mutex_);
     for (const auto& [token, handler] : table) handlers.push_back(handler);
     return handlers;
 }
 
-// On the calling thread; the first failure a handler returned.
-template <class Handler, class Args>
-HRESULT toast_notification::invoke_all(const std::vector<rt::com_ptr<Handler>>& handlers,
-                                       const rt::com_ptr<Args>& args) {
+// On the calling thread, or through a handler's apartment (HandlerRoute.h);
+// the first failure a handler that ran here returned.
+template <class Handler, class MakeArgs>
+HRESULT toast_notification::invoke_all(const std::vector<routed_handler<Handler>>& handlers,
+                                       const MakeArgs& make_args) {
     const auto self = rt::com_ptr<rt::IToastNotification>::copy_from(this);
     HRESULT first_failure = S_OK;
     for (const auto& handler : handlers) {
-        const HRESULT result = handler->Invoke(self.get(), args.get());
+        const HRESULT result = handler.call([self, make_args](Handler* called) {
+            const auto args = make_args();
+            return called->Invoke(self.get(), args.get());
+        });
         if (FAILED(result) && SUCCEEDED(first_failure)) first_failure = result;
     }
     return first_failure;
 }
 
-template <class Handler, class Args>
-HRESULT toast_notification::raise(handler_table<Handler>& table, const rt::com_ptr<Args>& args) {
+template <class Handler, class MakeArgs>
+HRESULT toast_notification::raise(handler_table<Handler>& table, MakeArgs make_args) {
     const auto handlers = handlers_of(table);
     HRESULT result = S_OK;
-    sim::run_on_pool_and_wait([&] { result = invoke_all(handlers, args); });
+    sim::run_on_pool_and_wait([&] { result = invoke_all(handlers, make_args); });
     return result;
 }
 
@@ -284,13 +288,17 @@ rt::com_ptr<rt::IToastActivatedEventArgs> make_activated_args(const std::wstring
     return sim::make<activated_args>(arguments, sim::make_value_set(input));
 }
 
+rt::com_ptr<rt::IToastDismissedEventArgs> make_dismissed_args(rt::ToastDismissalReason reason) {
+    return sim::make<dismissed_args>(reason);
+}
+
 }  // namespace
 
 HRESULT toast_notification::raise_racing(const std::wstring& arguments, rt::ToastDismissalReason reason) {
     const auto activated = handlers_of(activated_);
     const auto dismissed = handlers_of(dismissed_);
-    const auto activated_arguments = make_activated_args(arguments, std::nullopt);
-    const rt::com_ptr<rt::IToastDismissedEventArgs> dismissed_arguments = make<dismissed_args>(reason);
+    const auto activated_arguments = [arguments] { return make_activated_args(arguments, std::nullopt); };
+    const auto dismissed_arguments = [reason] { return make_dismissed_args(reason); };
     // Both pool threads are released together, so neither event is reliably first.
     const UniqueHandle start(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const UniqueHandle activated_done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -326,17 +334,15 @@ HRESULT toast_notification::raise_racing(const std::wstring& arguments, rt::Toas
 
 HRESULT toast_notification::raise_activated(const std::wstring& arguments,
                                             const std::optional<std::wstring>& reply_text) {
-    return raise(activated_, make_activated_args(arguments, reply_text));
+    return raise(activated_, [arguments, reply_text] { return make_activated_args(arguments, reply_text); });
 }
 
 HRESULT toast_notification::raise_dismissed(rt::ToastDismissalReason reason) {
-    const rt::com_ptr<rt::IToastDismissedEventArgs> args = make<dismissed_args>(reason);
-    return raise(dismissed_, args);
+    return raise(dismissed_, [reason] { return make_dismissed_args(reason); });
 }
 
 HRESULT toast_notification::raise_failed(HRESULT error_code) {
-    const rt::com_ptr<rt::IToastFailedEventArgs> args = make<failed_args>(error_code);
-    return raise(failed_, args);
+    return raise(failed_, [error_code] { return rt::com_ptr<rt::IToastFailedEventArgs>(make<failed_args>(error_code)); });
 }
 
 }  // namespace sim

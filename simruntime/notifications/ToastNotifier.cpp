@@ -132,7 +132,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Show(rt::IToastNotification* notification) override {
         sim::throw_if_planned(L"ToastNotifier.Show");
-        return sim::run_call(L"ToastNotifier.Show", app_id_, [&]() -> HRESULT {
+        return run_call(L"ToastNotifier.Show", app_id_, [&]() -> HRESULT {
             auto* toast = dynamic_cast<sim::toast_notification*>(notification);
             if (!toast) return E_INVALIDARG;
             // "ToastNotifier.Setting Property": the setting tells whether a block
@@ -153,22 +153,22 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Hide(rt::IToastNotification* notification) override {
-        return sim::run_call(L"ToastNotifier.Hide", app_id_, [&] { return notification ? S_OK : E_INVALIDARG; });
+        return run_call(L"ToastNotifier.Hide", app_id_, [&] { return notification ? S_OK : E_INVALIDARG; });
     }
     HRESULT STDMETHODCALLTYPE get_Setting(rt::NotificationSetting* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"ToastNotifier.get_Setting", app_id_, [&] { *value = sim::toast_setting(); });
+        return run_call(L"ToastNotifier.get_Setting", app_id_, [&] { *value = sim::toast_setting(); });
     }
     HRESULT STDMETHODCALLTYPE AddToSchedule(rt::IScheduledToastNotification*) override {
-        return sim::not_simulated(L"ToastNotifier.AddToSchedule");
+        return not_simulated(L"ToastNotifier.AddToSchedule");
     }
     HRESULT STDMETHODCALLTYPE RemoveFromSchedule(rt::IScheduledToastNotification*) override {
-        return sim::not_simulated(L"ToastNotifier.RemoveFromSchedule");
+        return not_simulated(L"ToastNotifier.RemoveFromSchedule");
     }
     HRESULT STDMETHODCALLTYPE
     GetScheduledToastNotifications(rt::IVectorView<rt::ScheduledToastNotification>** value) override {
         if (value) *value = nullptr;
-        return sim::not_simulated(L"ToastNotifier.GetScheduledToastNotifications");
+        return not_simulated(L"ToastNotifier.GetScheduledToastNotifications");
     }
 
 private:
@@ -192,7 +192,7 @@ public:
     HRESULT STDMETHODCALLTYPE CreateToastNotifier(rt::IToastNotifier** notifier) override {
         if (!notifier) return E_POINTER;
         *notifier = nullptr;
-        return sim::run_call(L"ToastNotificationManager.CreateToastNotifier", L"", [&]() -> HRESULT {
+        return run_call(L"ToastNotificationManager.CreateToastNotifier", L"", [&]() -> HRESULT {
             const std::wstring app_id = explicit_app_id();
             if (app_id.empty()) return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
             *notifier = sim::make<toast_notifier>(app_id).detach();
@@ -203,19 +203,19 @@ public:
                                                         rt::IToastNotifier** notifier) override {
         if (!notifier) return E_POINTER;
         *notifier = nullptr;
-        return sim::run_call(L"ToastNotificationManager.CreateToastNotifierWithId", rt::view_of(application_id),
-                             [&]() -> HRESULT {
-                                 if (rt::view_of(application_id).empty()) return E_INVALIDARG;
-                                 *notifier = sim::make<toast_notifier>(rt::to_wstring(application_id)).detach();
-                                 return S_OK;
-                             });
+        return run_call(L"ToastNotificationManager.CreateToastNotifierWithId", rt::view_of(application_id),
+                        [&]() -> HRESULT {
+                            if (rt::view_of(application_id).empty()) return E_INVALIDARG;
+                            *notifier = sim::make<toast_notifier>(rt::to_wstring(application_id)).detach();
+                            return S_OK;
+                        });
     }
     HRESULT STDMETHODCALLTYPE GetTemplateContent(rt::ToastTemplateType type, rt::IXmlDocument** content) override {
         if (!content) return E_POINTER;
         *content = nullptr;
         const auto value = static_cast<int32_t>(type);
-        return sim::run_call(L"ToastNotificationManager.GetTemplateContent", std::to_wstring(value),
-                             [&] { return MakeToastTemplateContent(value, content); });
+        return run_call(L"ToastNotificationManager.GetTemplateContent", std::to_wstring(value),
+                        [&] { return MakeToastTemplateContent(value, content); });
     }
 };
 

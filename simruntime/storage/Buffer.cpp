@@ -34,14 +34,14 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_Capacity(UINT32* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Buffer.get_Capacity", L"", [&] { *value = capacity(); });
+        return run_call(L"Buffer.get_Capacity", L"", [&] { *value = capacity(); });
     }
     HRESULT STDMETHODCALLTYPE get_Length(UINT32* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Buffer.get_Length", L"", [&] { *value = length_.load(); });
+        return run_call(L"Buffer.get_Length", L"", [&] { *value = length_.load(); });
     }
     HRESULT STDMETHODCALLTYPE put_Length(UINT32 value) override {
-        return sim::run_call(L"Buffer.put_Length", std::to_wstring(value), [&]() -> HRESULT {
+        return run_call(L"Buffer.put_Length", std::to_wstring(value), [&]() -> HRESULT {
             if (value > capacity()) return E_INVALIDARG;
             length_ = value;
             return S_OK;
@@ -50,7 +50,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Buffer(BYTE** value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"Buffer.Buffer", L"", [&] { *value = bytes_.data(); });
+        return run_call(L"Buffer.Buffer", L"", [&] { *value = bytes_.data(); });
     }
 
 private:

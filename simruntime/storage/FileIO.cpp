@@ -41,7 +41,7 @@ public:
             if (!buffer && bufferLength > 0) throw rt::hresult_error(E_POINTER);
             const std::wstring path = path_of(file);
             std::vector<BYTE> bytes(buffer, buffer + bufferLength);
-            return sim::storage_action(L"FileIO.WriteBytesAsync", path + L", " + std::to_wstring(bufferLength),
+            return sim::storage_action(*this, L"FileIO.WriteBytesAsync", path + L", " + std::to_wstring(bufferLength),
                                        operation, [path, bytes] { sim::replace_file_bytes(path, bytes); });
         });
     }
@@ -51,7 +51,7 @@ public:
         *operation = nullptr;
         return rt::hresult_from([&] {
             const std::wstring path = path_of(file);
-            return sim::storage_operation(L"FileIO.ReadBufferAsync", path, operation,
+            return sim::storage_operation(*this, L"FileIO.ReadBufferAsync", path, operation,
                                           [path] { return sim::make_buffer(sim::read_file_bytes(path)); });
         });
     }

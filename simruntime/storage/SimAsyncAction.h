@@ -12,6 +12,7 @@
 #include "ComPtr.h"
 #include "Delegate.h"
 #include "Foundation.h"
+#include "HandlerRoute.h"
 #include "SimObject.h"
 
 namespace sim {
@@ -27,10 +28,15 @@ public:
         rt::com_ptr<rt::AsyncOperationCompletedHandler<bool>> forwarder;
         if (handler) {
             // Holds this action until the work ends, as a running operation holds itself.
+            // Routed by the caller's handler, not by this forwarder (HandlerRoute.h).
             forwarder = rt::make_delegate<rt::AsyncOperationCompletedHandler<bool>>(
                 [self = rt::com_ptr<async_action>::copy_from(this),
-                 target = rt::com_ptr<rt::AsyncActionCompletedHandler>::copy_from(handler)](
-                    rt::IAsyncOperation<bool>*, rt::AsyncStatus status) { return target->Invoke(self.get(), status); });
+                 target = routed_handler<rt::AsyncActionCompletedHandler>(handler)](rt::IAsyncOperation<bool>*,
+                                                                                  rt::AsyncStatus status) {
+                    return target.call([self, status](rt::AsyncActionCompletedHandler* called) {
+                        return called->Invoke(self.get(), status);
+                    });
+                });
         }
         // Not under the lock: a handler set after the end runs inside this call.
         const HRESULT result = work_->put_Completed(forwarder.get());

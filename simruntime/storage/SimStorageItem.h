@@ -35,9 +35,9 @@ template <class Derived, class DefaultInterface>
 class storage_item : public object<Derived, DefaultInterface, rt::IStorageItem> {
 public:
     HRESULT STDMETHODCALLTYPE get_Name(HSTRING* value) override {
-        return text_result(method(L"get_Name"), item_name(path_), value);
+        return this->text_result(method(L"get_Name"), item_name(path_), value);
     }
-    HRESULT STDMETHODCALLTYPE get_Path(HSTRING* value) override { return text_result(method(L"get_Path"), path_, value); }
+    HRESULT STDMETHODCALLTYPE get_Path(HSTRING* value) override { return this->text_result(method(L"get_Path"), path_, value); }
 
     // "StorageFile.DeleteAsync Method": the overload without options uses
     // StorageDeleteOption::Default; what each option does is StorageRecycle's.
@@ -51,22 +51,22 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE RenameAsyncOverloadDefaultOptions(HSTRING, rt::IAsyncAction**) override {
-        return not_simulated(method(L"RenameAsyncOverloadDefaultOptions"));
+        return this->not_simulated(method(L"RenameAsyncOverloadDefaultOptions"));
     }
     HRESULT STDMETHODCALLTYPE RenameAsync(HSTRING, rt::NameCollisionOption, rt::IAsyncAction**) override {
-        return not_simulated(method(L"RenameAsync"));
+        return this->not_simulated(method(L"RenameAsync"));
     }
     HRESULT STDMETHODCALLTYPE GetBasicPropertiesAsync(rt::IAsyncOperation<rt::BasicProperties>**) override {
-        return not_simulated(method(L"GetBasicPropertiesAsync"));
+        return this->not_simulated(method(L"GetBasicPropertiesAsync"));
     }
     HRESULT STDMETHODCALLTYPE get_Attributes(rt::FileAttributes*) override {
-        return not_simulated(method(L"get_Attributes"));
+        return this->not_simulated(method(L"get_Attributes"));
     }
     HRESULT STDMETHODCALLTYPE get_DateCreated(rt::DateTime*) override {
-        return not_simulated(method(L"get_DateCreated"));
+        return this->not_simulated(method(L"get_DateCreated"));
     }
     HRESULT STDMETHODCALLTYPE IsOfType(rt::StorageItemTypes, boolean*) override {
-        return not_simulated(method(L"IsOfType"));
+        return this->not_simulated(method(L"IsOfType"));
     }
 
 protected:
@@ -81,10 +81,10 @@ private:
     HRESULT start_delete(const std::wstring& name, const std::wstring& arguments, rt::StorageDeleteOption option,
                          rt::IAsyncAction** operation) {
         if constexpr (requires { Derived::delete_from_disk(path_, option); }) {
-            return storage_action(name, arguments, operation,
+            return storage_action(*this, name, arguments, operation,
                                   [path = path_, option] { Derived::delete_from_disk(path, option); });
         } else {
-            return not_simulated(name);
+            return this->not_simulated(name);
         }
     }
 

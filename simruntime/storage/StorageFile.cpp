@@ -82,7 +82,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetFileFromPathAsync(HSTRING path,
                                                    rt::IAsyncOperation<rt::StorageFile>** operation) override {
         std::wstring text(rt::view_of(path));
-        return sim::storage_operation(L"StorageFile.GetFileFromPathAsync", text, operation,
+        return sim::storage_operation(*this, L"StorageFile.GetFileFromPathAsync", text, operation,
                                       [text] { return sim::find_storage_file(text); });
     }
 

@@ -43,7 +43,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetFileAsync(HSTRING name, FileOperation** operation) override {
         std::wstring text(rt::view_of(name));
-        return sim::storage_operation(L"StorageFolder.GetFileAsync", text, operation,
+        return sim::storage_operation(*this, L"StorageFolder.GetFileAsync", text, operation,
                                     [folder = path(), text] {
                                         sim::check_item_name(text);
                                         return sim::find_storage_file(sim::child_path(folder, text));
@@ -81,7 +81,7 @@ private:
                         FileOperation** operation) {
         std::wstring name(rt::view_of(desiredName));
         const std::wstring arguments = name + L", " + std::to_wstring(static_cast<int>(option));
-        return sim::storage_operation(method, arguments, operation, [folder = path(), name, option] {
+        return sim::storage_operation(*this, method, arguments, operation, [folder = path(), name, option] {
             return sim::make_storage_file(sim::create_file_in(folder, name, option));
         });
     }
@@ -103,7 +103,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetFolderFromPathAsync(HSTRING path, FolderOperation** operation) override {
         std::wstring text(rt::view_of(path));
-        return sim::storage_operation(L"StorageFolder.GetFolderFromPathAsync", text, operation,
+        return sim::storage_operation(*this, L"StorageFolder.GetFolderFromPathAsync", text, operation,
                                       [text] { return find_storage_folder(text); });
     }
 };

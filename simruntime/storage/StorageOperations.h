@@ -15,22 +15,25 @@
 
 namespace sim {
 
-// `produce` makes the operation's result.
-template <class Operation, class Produce>
-HRESULT storage_operation(std::wstring_view method, std::wstring_view arguments, Operation** operation,
-                          Produce produce) {
+// `produce` makes the operation's result; `object` is the one called, whose
+// apartment rules admit the call first.
+template <class Object, class Operation, class Produce>
+HRESULT storage_operation(Object& object, std::wstring_view method, std::wstring_view arguments,
+                          Operation** operation, Produce produce) {
     if (!operation) return E_POINTER;
     *operation = nullptr;
+    if (const HRESULT refused = object.admit(method); FAILED(refused)) return refused;
     return run_call(method, arguments, [&] {
         *operation = start_async<Operation>(plan_for(method), std::move(produce)).detach();
     });
 }
 
-template <class Work>
-HRESULT storage_action(std::wstring_view method, std::wstring_view arguments, rt::IAsyncAction** operation,
-                       Work work) {
+template <class Object, class Work>
+HRESULT storage_action(Object& object, std::wstring_view method, std::wstring_view arguments,
+                       rt::IAsyncAction** operation, Work work) {
     if (!operation) return E_POINTER;
     *operation = nullptr;
+    if (const HRESULT refused = object.admit(method); FAILED(refused)) return refused;
     return run_call(method, arguments, [&] { *operation = start_action(plan_for(method), std::move(work)).detach(); });
 }
 

@@ -146,7 +146,7 @@ public:
         return rt::hresult_from([&] {
             // The handler receives the URI as the caller wrote it.
             const std::wstring text = text_of(uri, &rt::IUriRuntimeClass::get_RawUri);
-            return sim::run_call(kLaunchMethod, text, [&] {
+            return run_call(kLaunchMethod, text, [&] {
                 const launch_result result = planned_launch_result();
                 *operation = sim::start_async<rt::IAsyncOperation<bool>>(sim::plan_for(kLaunchMethod), [text, result] {
                                  if (FAILED(result.failure)) throw rt::hresult_error(result.failure);
@@ -166,7 +166,7 @@ public:
             const std::wstring text = text_of(uri, &rt::IUriRuntimeClass::get_RawUri);
             const std::wstring scheme = text_of(uri, &rt::IUriRuntimeClass::get_SchemeName);
             const std::wstring arguments = text + L", " + std::to_wstring(static_cast<int>(type));
-            return sim::run_call(kQueryMethod, arguments, [&]() -> HRESULT {
+            return run_call(kQueryMethod, arguments, [&]() -> HRESULT {
                 if (type != LaunchQuerySupportType::Uri && type != LaunchQuerySupportType::UriForResults) {
                     return E_INVALIDARG;
                 }

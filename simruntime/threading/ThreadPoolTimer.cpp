@@ -12,6 +12,7 @@
 
 #include "ClassNames.h"
 #include "ClassTable.h"
+#include "HandlerRoute.h"
 #include "RuntimeError.h"
 #include "SimCall.h"
 #include "SimMethods.h"
@@ -33,7 +34,7 @@ class one_shot_timer final : public sim::object<one_shot_timer, rt::IThreadPoolT
 public:
     static constexpr const wchar_t* runtime_class_name = rt::class_name::ThreadPoolTimer;
 
-    one_shot_timer(rt::com_ptr<rt::TimerElapsedHandler> handler, rt::TimeSpan delay)
+    one_shot_timer(sim::routed_handler<rt::TimerElapsedHandler> handler, rt::TimeSpan delay)
         : handler_(std::move(handler)), delay_(delay), timer_(CreateThreadpoolTimer(&elapsed, this, nullptr)) {
         if (!timer_) throw rt::hresult_error(HRESULT_FROM_WIN32(GetLastError()));
     }
@@ -59,17 +60,17 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_Period(rt::TimeSpan* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"ThreadPoolTimer.get_Period", L"", [&] { *value = rt::TimeSpan{0}; });
+        return run_call(L"ThreadPoolTimer.get_Period", L"", [&] { *value = rt::TimeSpan{0}; });
     }
     HRESULT STDMETHODCALLTYPE get_Delay(rt::TimeSpan* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"ThreadPoolTimer.get_Delay", L"", [&] { *value = delay_; });
+        return run_call(L"ThreadPoolTimer.get_Delay", L"", [&] { *value = delay_; });
     }
 
     // Once this returns the handler is never started; one already running goes on.
     HRESULT STDMETHODCALLTYPE Cancel() override {
-        return sim::run_call(L"ThreadPoolTimer.Cancel", L"", [&] {
-            rt::com_ptr<rt::TimerElapsedHandler> dropped;
+        return run_call(L"ThreadPoolTimer.Cancel", L"", [&] {
+            sim::routed_handler<rt::TimerElapsedHandler> dropped;
             rt::com_ptr<one_shot_timer> pending;
             {
                 std::lock_guard lock(mutex_);
@@ -83,7 +84,7 @@ public:
 private:
     static void CALLBACK elapsed(PTP_CALLBACK_INSTANCE instance, void* context, PTP_TIMER) {
         auto* timer = static_cast<one_shot_timer*>(context);
-        rt::com_ptr<rt::TimerElapsedHandler> handler;
+        sim::routed_handler<rt::TimerElapsedHandler> handler;
         rt::com_ptr<one_shot_timer> self;
         {
             std::lock_guard lock(timer->mutex_);
@@ -93,11 +94,12 @@ private:
         // From here on the object is reached through `self` only, and its
         // destructor, which may run at the end of this callback, must not wait for it.
         DisassociateCurrentThreadFromCallback(instance);
-        if (handler) handler->Invoke(self.get());
+        // Through the registering apartment when the handler is not free-threaded (HandlerRoute.h).
+        handler.call([self](rt::TimerElapsedHandler* called) { return called->Invoke(self.get()); });
     }
 
     std::mutex mutex_;
-    rt::com_ptr<rt::TimerElapsedHandler> handler_;
+    sim::routed_handler<rt::TimerElapsedHandler> handler_;
     rt::com_ptr<one_shot_timer> pending_;
     const rt::TimeSpan delay_;
     const PTP_TIMER timer_;
@@ -112,9 +114,9 @@ public:
                                           rt::IThreadPoolTimer** timer) override {
         if (!timer) return E_POINTER;
         *timer = nullptr;
-        return sim::run_call(L"ThreadPoolTimer.CreateTimer", std::to_wstring(delay.Duration), [&]() -> HRESULT {
+        return run_call(L"ThreadPoolTimer.CreateTimer", std::to_wstring(delay.Duration), [&]() -> HRESULT {
             if (!handler) return E_INVALIDARG;
-            auto created = sim::make<one_shot_timer>(rt::com_ptr<rt::TimerElapsedHandler>::copy_from(handler), delay);
+            auto created = sim::make<one_shot_timer>(sim::routed_handler<rt::TimerElapsedHandler>(handler), delay);
             created->start();
             *timer = created.detach();
             return S_OK;
@@ -124,19 +126,19 @@ public:
     HRESULT STDMETHODCALLTYPE CreatePeriodicTimer(rt::TimerElapsedHandler*, rt::TimeSpan,
                                                   rt::IThreadPoolTimer** timer) override {
         if (timer) *timer = nullptr;
-        return sim::not_simulated(L"ThreadPoolTimer.CreatePeriodicTimer");
+        return not_simulated(L"ThreadPoolTimer.CreatePeriodicTimer");
     }
     HRESULT STDMETHODCALLTYPE CreatePeriodicTimerWithCompletion(rt::TimerElapsedHandler*, rt::TimeSpan,
                                                                 rt::TimerDestroyedHandler*,
                                                                 rt::IThreadPoolTimer** timer) override {
         if (timer) *timer = nullptr;
-        return sim::not_simulated(L"ThreadPoolTimer.CreatePeriodicTimerWithCompletion");
+        return not_simulated(L"ThreadPoolTimer.CreatePeriodicTimerWithCompletion");
     }
     HRESULT STDMETHODCALLTYPE CreateTimerWithCompletion(rt::TimerElapsedHandler*, rt::TimeSpan,
                                                         rt::TimerDestroyedHandler*,
                                                         rt::IThreadPoolTimer** timer) override {
         if (timer) *timer = nullptr;
-        return sim::not_simulated(L"ThreadPoolTimer.CreateTimerWithCompletion");
+        return not_simulated(L"ThreadPoolTimer.CreateTimerWithCompletion");
     }
 };
 

@@ -62,31 +62,31 @@ public:
 
     HRESULT STDMETHODCALLTYPE get_CacheControl(rt::IHttpCacheControl** value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"HttpBaseProtocolFilter.get_CacheControl", L"",
-                             [&] { *value = rt::com_ptr<rt::IHttpCacheControl>(cacheControl_).detach(); });
+        return run_call(L"HttpBaseProtocolFilter.get_CacheControl", L"",
+                        [&] { *value = rt::com_ptr<rt::IHttpCacheControl>(cacheControl_).detach(); });
     }
 
     // The defaults, which the client's requests obey (HttpFilterDefaults.h);
     // changing them is not simulated.
     HRESULT STDMETHODCALLTYPE get_AllowAutoRedirect(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"HttpBaseProtocolFilter.get_AllowAutoRedirect", L"", [&] { *value = 1; });
+        return run_call(L"HttpBaseProtocolFilter.get_AllowAutoRedirect", L"", [&] { *value = 1; });
     }
     HRESULT STDMETHODCALLTYPE put_AllowAutoRedirect(boolean) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_AllowAutoRedirect");
+        return not_simulated(L"HttpBaseProtocolFilter.put_AllowAutoRedirect");
     }
     HRESULT STDMETHODCALLTYPE get_AllowUI(boolean* value) override {
         if (!value) return E_POINTER;
-        return sim::run_call(L"HttpBaseProtocolFilter.get_AllowUI", L"", [&] { *value = 1; });
+        return run_call(L"HttpBaseProtocolFilter.get_AllowUI", L"", [&] { *value = 1; });
     }
     HRESULT STDMETHODCALLTYPE put_AllowUI(boolean) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_AllowUI");
+        return not_simulated(L"HttpBaseProtocolFilter.put_AllowUI");
     }
     HRESULT STDMETHODCALLTYPE get_AutomaticDecompression(boolean*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.get_AutomaticDecompression");
+        return not_simulated(L"HttpBaseProtocolFilter.get_AutomaticDecompression");
     }
     HRESULT STDMETHODCALLTYPE put_AutomaticDecompression(boolean) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_AutomaticDecompression");
+        return not_simulated(L"HttpBaseProtocolFilter.put_AutomaticDecompression");
     }
     HRESULT STDMETHODCALLTYPE get_CookieManager(rt::IHttpCookieManager** value) override {
         return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_CookieManager", value);
@@ -95,42 +95,42 @@ public:
         return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_ClientCertificate", value);
     }
     HRESULT STDMETHODCALLTYPE put_ClientCertificate(rt::ICertificate*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_ClientCertificate");
+        return not_simulated(L"HttpBaseProtocolFilter.put_ClientCertificate");
     }
     HRESULT STDMETHODCALLTYPE get_IgnorableServerCertificateErrors(
         rt::IVector<rt::ChainValidationResult>** value) override {
         return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_IgnorableServerCertificateErrors", value);
     }
     HRESULT STDMETHODCALLTYPE get_MaxConnectionsPerServer(UINT32*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.get_MaxConnectionsPerServer");
+        return not_simulated(L"HttpBaseProtocolFilter.get_MaxConnectionsPerServer");
     }
     HRESULT STDMETHODCALLTYPE put_MaxConnectionsPerServer(UINT32) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_MaxConnectionsPerServer");
+        return not_simulated(L"HttpBaseProtocolFilter.put_MaxConnectionsPerServer");
     }
     HRESULT STDMETHODCALLTYPE get_ProxyCredential(rt::IPasswordCredential** value) override {
         return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_ProxyCredential", value);
     }
     HRESULT STDMETHODCALLTYPE put_ProxyCredential(rt::IPasswordCredential*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_ProxyCredential");
+        return not_simulated(L"HttpBaseProtocolFilter.put_ProxyCredential");
     }
     HRESULT STDMETHODCALLTYPE get_ServerCredential(rt::IPasswordCredential** value) override {
         return sim::not_simulated_result(L"HttpBaseProtocolFilter.get_ServerCredential", value);
     }
     HRESULT STDMETHODCALLTYPE put_ServerCredential(rt::IPasswordCredential*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_ServerCredential");
+        return not_simulated(L"HttpBaseProtocolFilter.put_ServerCredential");
     }
     HRESULT STDMETHODCALLTYPE get_UseProxy(boolean*) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.get_UseProxy");
+        return not_simulated(L"HttpBaseProtocolFilter.get_UseProxy");
     }
     HRESULT STDMETHODCALLTYPE put_UseProxy(boolean) override {
-        return sim::not_simulated(L"HttpBaseProtocolFilter.put_UseProxy");
+        return not_simulated(L"HttpBaseProtocolFilter.put_UseProxy");
     }
 
     HRESULT STDMETHODCALLTYPE SendRequestAsync(rt::IHttpRequestMessage*, rt::HttpResponseOperation** operation) override {
         return sim::not_simulated_result(L"HttpBaseProtocolFilter.SendRequestAsync", operation);
     }
 
-    HRESULT STDMETHODCALLTYPE Close() override { return sim::run_call(L"HttpBaseProtocolFilter.Close", L"", [] {}); }
+    HRESULT STDMETHODCALLTYPE Close() override { return run_call(L"HttpBaseProtocolFilter.Close", L"", [] {}); }
 
 private:
     const rt::com_ptr<cache_control> cacheControl_ = sim::make<cache_control>();
@@ -143,7 +143,7 @@ public:
     HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable** instance) override {
         if (!instance) return E_POINTER;
         *instance = nullptr;
-        return sim::run_call(L"HttpBaseProtocolFilter.ActivateInstance", L"", [&] {
+        return run_call(L"HttpBaseProtocolFilter.ActivateInstance", L"", [&] {
             *instance = static_cast<rt::IHttpBaseProtocolFilter*>(sim::make<base_protocol_filter>().detach());
         });
     }

@@ -75,7 +75,7 @@ public:
         if (!operation) return E_POINTER;
         *operation = nullptr;
         const std::wstring arguments = uri ? uri_text(uri, &rt::IUriRuntimeClass::get_AbsoluteUri) : L"";
-        return sim::run_call(L"HttpClient.PostAsync", arguments, [&]() -> HRESULT {
+        return run_call(L"HttpClient.PostAsync", arguments, [&]() -> HRESULT {
             if (!uri || !content) return E_INVALIDARG;
             const auto body = sim::body_of(content);
             if (!body) return E_NOTIMPL;  // contents of other components are not simulated
@@ -121,7 +121,7 @@ public:
         return sim::not_simulated_result(L"HttpClient.get_DefaultRequestHeaders", value);
     }
 
-    HRESULT STDMETHODCALLTYPE Close() override { return sim::run_call(L"HttpClient.Close", L"", [] {}); }
+    HRESULT STDMETHODCALLTYPE Close() override { return run_call(L"HttpClient.Close", L"", [] {}); }
 
 private:
     const rt::com_ptr<rt::IHttpFilter> filter_;
@@ -134,7 +134,7 @@ public:
     HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable** instance) override {
         if (!instance) return E_POINTER;
         *instance = nullptr;
-        return sim::run_call(L"HttpClient.ActivateInstance", L"", [&] {
+        return run_call(L"HttpClient.ActivateInstance", L"", [&] {
             *instance = static_cast<rt::IHttpClient*>(sim::make<http_client>(nullptr).detach());
         });
     }
@@ -142,7 +142,7 @@ public:
     HRESULT STDMETHODCALLTYPE Create(rt::IHttpFilter* filter, rt::IHttpClient** client) override {
         if (!client) return E_POINTER;
         *client = nullptr;
-        return sim::run_call(L"HttpClient.Create", L"", [&]() -> HRESULT {
+        return run_call(L"HttpClient.Create", L"", [&]() -> HRESULT {
             if (!filter) return E_INVALIDARG;
             *client = sim::make<http_client>(rt::com_ptr<rt::IHttpFilter>::copy_from(filter)).detach();
             return S_OK;

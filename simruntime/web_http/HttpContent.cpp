@@ -68,7 +68,7 @@ public:
         if (!operation) return E_POINTER;
         *operation = nullptr;
         const std::wstring name = method(L"ReadAsStringAsync");
-        return sim::run_call(name, L"", [&] {
+        return this->run_call(name, L"", [&] {
             const std::vector<std::uint64_t> progress{body_.bytes.size()};
             *operation = sim::start_async<rt::HttpStringOperation>(
                              sim::plan_for(name),
@@ -80,13 +80,13 @@ public:
 
     HRESULT STDMETHODCALLTYPE TryComputeLength(UINT64* length, boolean* succeeded) override {
         if (!length || !succeeded) return E_POINTER;
-        return sim::run_call(method(L"TryComputeLength"), L"", [&] {
+        return this->run_call(method(L"TryComputeLength"), L"", [&] {
             *length = body_.bytes.size();
             *succeeded = 1;
         });
     }
 
-    HRESULT STDMETHODCALLTYPE Close() override { return sim::run_call(method(L"Close"), L"", [] {}); }
+    HRESULT STDMETHODCALLTYPE Close() override { return this->run_call(method(L"Close"), L"", [] {}); }
 
     const sim::http_body& STDMETHODCALLTYPE body() override { return body_; }
 
@@ -118,13 +118,13 @@ public:
     }
 
 private:
-    static HRESULT create(std::wstring_view method, HSTRING text, rt::UnicodeEncoding encoding,
+    HRESULT create(std::wstring_view method, HSTRING text, rt::UnicodeEncoding encoding,
                           std::wstring_view mediaType, rt::IHttpContent** value) {
         if (!value) return E_POINTER;
         *value = nullptr;
         const std::wstring arguments = std::wstring(rt::view_of(text)) + L", " +
                                        std::to_wstring(static_cast<int>(encoding)) + L", " + std::wstring(mediaType);
-        return sim::run_call(method, arguments, [&]() -> HRESULT {
+        return run_call(method, arguments, [&]() -> HRESULT {
             if (mediaType.empty()) return E_INVALIDARG;
             sim::http_body body{sim::encoded_text(rt::view_of(text), encoding),
                                 sim::utf8_of(mediaType) + "; charset=" + sim::charset_name(encoding)};

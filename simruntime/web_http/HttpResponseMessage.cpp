@@ -83,7 +83,7 @@ public:
     HRESULT STDMETHODCALLTYPE EnsureSuccessStatusCode(rt::IHttpResponseMessage** result) override {
         if (!result) return E_POINTER;
         *result = nullptr;
-        return sim::run_call(L"HttpResponseMessage.EnsureSuccessStatusCode", L"", [&]() -> HRESULT {
+        return run_call(L"HttpResponseMessage.EnsureSuccessStatusCode", L"", [&]() -> HRESULT {
             std::lock_guard lock(mutex_);
             if (!is_success(state_.status)) return status_error(state_.status);
             AddRef();
@@ -99,16 +99,16 @@ public:
         return sim::not_simulated_result(L"HttpResponseMessage.get_RequestMessage", value);
     }
     HRESULT STDMETHODCALLTYPE put_RequestMessage(rt::IHttpRequestMessage*) override {
-        return sim::not_simulated(L"HttpResponseMessage.put_RequestMessage");
+        return not_simulated(L"HttpResponseMessage.put_RequestMessage");
     }
 
-    HRESULT STDMETHODCALLTYPE Close() override { return sim::run_call(L"HttpResponseMessage.Close", L"", [] {}); }
+    HRESULT STDMETHODCALLTYPE Close() override { return run_call(L"HttpResponseMessage.Close", L"", [] {}); }
 
 private:
     template <class Value, class Read>
     HRESULT get(std::wstring_view method, Value* value, Read&& read) {
         if (!value) return E_POINTER;
-        return sim::run_call(method, L"", [&] {
+        return run_call(method, L"", [&] {
             std::lock_guard lock(mutex_);
             *value = read(state_);
         });
@@ -116,7 +116,7 @@ private:
 
     template <class Write>
     HRESULT put(std::wstring_view method, std::wstring_view arguments, Write&& write) {
-        return sim::run_call(method, arguments, [&] {
+        return run_call(method, arguments, [&] {
             std::lock_guard lock(mutex_);
             write(state_);
         });

@@ -29,10 +29,10 @@ public:
 
     // Kept, never called: nothing here reports how far a request got.
     HRESULT STDMETHODCALLTYPE put_Progress(progress_handler* handler) override {
-        return read([&] { progressHandler_ = rt::com_ptr<progress_handler>::copy_from(handler); });
+        return read(L"HttpClient.PostAsync.put_Progress", [&] { progressHandler_ = rt::com_ptr<progress_handler>::copy_from(handler); });
     }
     HRESULT STDMETHODCALLTYPE get_Progress(progress_handler** handler) override {
-        return read([&] { *handler = rt::com_ptr<progress_handler>(progressHandler_).detach(); });
+        return read(L"HttpClient.PostAsync.get_Progress", [&] { *handler = rt::com_ptr<progress_handler>(progressHandler_).detach(); });
     }
 
 private:

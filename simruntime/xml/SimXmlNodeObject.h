@@ -166,11 +166,11 @@ protected:
     template <class Body>
     HRESULT call(std::wstring_view method, std::wstring_view arguments, Body&& body) {
         const std::wstring name = std::wstring(Derived::short_name) + L"." + std::wstring(method);
-        return sim::run_call(name, arguments, std::forward<Body>(body));
+        return this->run_call(name, arguments, std::forward<Body>(body));
     }
 
     HRESULT unsupported(std::wstring_view method) {
-        return not_simulated(std::wstring(Derived::short_name) + L"." + std::wstring(method));
+        return this->not_simulated(std::wstring(Derived::short_name) + L"." + std::wstring(method));
     }
 
     template <class Text>

@@ -119,7 +119,7 @@ public:
     static constexpr const wchar_t* runtime_class_name = rt::class_name::XmlDocument;
 
     HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable** instance) override {
-        return sim::run_call(L"XmlDocument.ActivateInstance", L"", [&]() -> HRESULT {
+        return run_call(L"XmlDocument.ActivateInstance", L"", [&]() -> HRESULT {
             if (!instance) return E_POINTER;
             *instance = document_object(new_document()).detach();
             return S_OK;

@@ -40,10 +40,10 @@ public:
     explicit node_list(std::vector<node_ptr> items) : items_(std::move(items)) {}
 
     HRESULT STDMETHODCALLTYPE get_Length(UINT32* value) override {
-        return sim::run_call(L"XmlNodeList.get_Length", L"", [&] { return length_of(items_, value); });
+        return run_call(L"XmlNodeList.get_Length", L"", [&] { return length_of(items_, value); });
     }
     HRESULT STDMETHODCALLTYPE Item(UINT32 index, rt::IXmlNode** node) override {
-        return sim::run_call(L"XmlNodeList.Item", std::to_wstring(index), [&] { return item_of(items_, index, node); });
+        return run_call(L"XmlNodeList.Item", std::to_wstring(index), [&] { return item_of(items_, index, node); });
     }
 
 private:
@@ -58,14 +58,14 @@ public:
     explicit named_node_map(node_ptr element) : element_(std::move(element)) {}
 
     HRESULT STDMETHODCALLTYPE get_Length(UINT32* value) override {
-        return sim::run_call(L"XmlNamedNodeMap.get_Length", L"", [&] { return length_of(element_->attributes, value); });
+        return run_call(L"XmlNamedNodeMap.get_Length", L"", [&] { return length_of(element_->attributes, value); });
     }
     HRESULT STDMETHODCALLTYPE Item(UINT32 index, rt::IXmlNode** node) override {
-        return sim::run_call(L"XmlNamedNodeMap.Item", std::to_wstring(index),
-                             [&] { return item_of(element_->attributes, index, node); });
+        return run_call(L"XmlNamedNodeMap.Item", std::to_wstring(index),
+                        [&] { return item_of(element_->attributes, index, node); });
     }
     HRESULT STDMETHODCALLTYPE GetNamedItem(HSTRING name, rt::IXmlNode** node) override {
-        return sim::run_call(L"XmlNamedNodeMap.GetNamedItem", rt::view_of(name), [&]() -> HRESULT {
+        return run_call(L"XmlNamedNodeMap.GetNamedItem", rt::view_of(name), [&]() -> HRESULT {
             if (!node) return E_POINTER;
             *node = wrap(find_attribute(*element_, rt::view_of(name))).detach();
             return S_OK;
