@@ -27,6 +27,8 @@ template <class Delegate, class F, class Owner, class... Args>
 class implementation<Delegate, F, HRESULT (Owner::*)(Args...)> final : public Delegate {
 public:
     explicit implementation(F callable) : callable_(std::move(callable)) {}
+    implementation(const implementation&) = delete;
+    implementation& operator=(const implementation&) = delete;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
         if (!object) return E_POINTER;
