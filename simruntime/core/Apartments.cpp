@@ -103,23 +103,24 @@ apartment_probe& probe() {
     return *instance;
 }
 
+// On the thread that left the apartment, which owns a single-threaded one's window.
 void end_apartment(const apartment_ref& ended) {
     std::deque<std::function<void()>> dropped;
+    HWND window = nullptr;
     {
         std::lock_guard lock(table().mutex);
         ended->ended = true;
         if (ended->single_threaded) {
             table().single_threaded.erase(ended->thread);
             dropped = std::move(ended->deliveries);
-            if (ended->window) {
-                DestroyWindow(ended->window);
-                ended->window = nullptr;
-            }
+            window = std::exchange(ended->window, nullptr);
         } else if (table().multithreaded == ended) {
             table().multithreaded = nullptr;
         }
     }
-    // The handlers the dropped deliveries hold are released here, outside the lock.
+    // Outside the lock: the window's procedure takes it, and the handlers the
+    // dropped deliveries hold are released with them.
+    if (window) DestroyWindow(window);
 }
 
 // Keeps no reference count: one instance serves every thread for the life of the process.
@@ -272,7 +273,10 @@ bool post_to_apartment(const apartment_ref& target, std::function<void()> work) 
         if (!window) return false;
         target->deliveries.push_back(std::move(work));
     }
-    PostMessageW(window, kDeliverMessage, 0, 0);
+    // Sent, not posted: every message retrieval on that thread runs sent
+    // messages, CoWaitForMultipleHandles' included (Wine's dispatches posted
+    // messages only to COM's own window), and the sender does not wait.
+    SendNotifyMessageW(window, kDeliverMessage, 0, 0);
     return true;
 }
 

@@ -57,9 +57,10 @@ HRESULT admit_call(const apartment_ref& home, marshaling_behavior marshaling, st
 // apartment has already ended.
 bool post_to_apartment(const apartment_ref& target, std::function<void()> work);
 
-// "CoCreateFreeThreadedMarshaler function", "IAgileObject interface": an
-// object is called directly from any apartment only when its IMarshal is the
-// free-threaded marshaler; IAgileObject alone does not change marshaling.
+// "CoCreateFreeThreadedMarshaler function": an object that aggregates the
+// free-threaded marshaler is called directly from any apartment. "IAgileObject
+// interface": unlike aggregating it, implementing IAgileObject "doesn't affect
+// what happens when marshaling a call".
 bool marshals_free_threaded(IUnknown* object);
 
 #else

@@ -1,9 +1,11 @@
 #pragma once
 // A handler the caller hands in (completion, event, timer), called as the
-// platform's proxy would call it. "Single-Threaded Apartments": a call into a
-// single-threaded apartment is delivered through its message queue, so a
-// handler registered from one, and not free-threaded in fact, runs on that
-// thread when it dispatches messages, and never once the thread left COM.
+// platform's proxy would call it. "Single-Threaded Apartments": calls to an
+// object of another thread's apartment are made in the owning thread's
+// context, and each such apartment needs a message loop to handle calls from
+// other apartments. So a handler registered from one, and not free-threaded in
+// fact, runs on that thread when it dispatches messages, and never once the
+// thread left COM.
 // Other handlers run directly on the thread that raises them. (A proxy would
 // also hold the raising thread until the delivery; the simulation does not,
 // so that a caller that never pumps does not hang the platform's threads.)

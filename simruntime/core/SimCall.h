@@ -1,7 +1,8 @@
 #pragma once
 // The frame of every simulated method: the call is logged, fails when a test
 // injected a failure for it, and otherwise runs its body, whose exceptions
-// become the returned HRESULT.
+// become the returned HRESULT. Methods of simulated objects reach it through
+// their object's run_call (SimObject.h), which applies the apartment rules first.
 #include <windows.h>
 
 #include <string_view>

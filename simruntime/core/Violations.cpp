@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "EnvironmentVariable.h"
+#include "HttpText.h"
 #include "SimRuntimeControl.h"
 #include "UniqueHandle.h"
 
@@ -34,17 +35,6 @@ std::wstring program_name() {
     return slash == std::wstring::npos ? path : path.substr(slash + 1);
 }
 
-std::string utf8(const std::wstring& text) {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr,
-                                         nullptr);
-    std::string bytes(static_cast<std::size_t>(size > 0 ? size : 0), '\0');
-    if (size > 0) {
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(), size, nullptr,
-                            nullptr);
-    }
-    return bytes;
-}
-
 // One write per line with FILE_APPEND_DATA, so lines of processes that run at
 // the same time do not mix.
 void append_to_file(const std::wstring& path, const std::wstring& text) {
@@ -52,7 +42,7 @@ void append_to_file(const std::wstring& path, const std::wstring& text) {
                                         nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file.valid()) return;
     const std::string line =
-        utf8(std::to_wstring(GetCurrentProcessId()) + L"\t" + program_name() + L"\t" + text) + "\n";
+        utf8_of(std::to_wstring(GetCurrentProcessId()) + L"\t" + program_name() + L"\t" + text) + "\n";
     DWORD written = 0;
     WriteFile(file.get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
 }

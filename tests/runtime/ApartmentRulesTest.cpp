@@ -106,15 +106,12 @@ private:
     std::atomic<DWORD> thread_{0};
 };
 
-// Dispatches this thread's messages until `handle` is set; false after 5 s.
+// Waits as a thread in a single-threaded apartment must, dispatching calls and
+// messages; false after 5 s.
 bool PumpUntil(HANDLE handle) {
-    const ULONGLONG deadline = GetTickCount64() + 5000;
-    while (GetTickCount64() < deadline) {
-        if (MsgWaitForMultipleObjects(1, &handle, FALSE, 100, QS_ALLINPUT) == WAIT_OBJECT_0) return true;
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-    }
-    return false;
+    DWORD index = 0;
+    return CoWaitForMultipleHandles(COWAIT_DISPATCH_CALLS | COWAIT_DISPATCH_WINDOW_MESSAGES, 5000, 1, &handle,
+                                    &index) == S_OK;
 }
 
 class ApartmentRules : public ::testing::Test {

@@ -29,17 +29,6 @@ std::wstring MakeLogPath() {
            std::to_wstring(GetTickCount64()) + L".log";
 }
 
-std::string Utf8(const std::wstring& text) {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr,
-                                         nullptr);
-    std::string bytes(static_cast<std::size_t>(size > 0 ? size : 0), '\0');
-    if (size > 0) {
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(), size, nullptr,
-                            nullptr);
-    }
-    return bytes;
-}
-
 // Child processes inherit the variable and append their violations to this
 // file; this process's own lines there are read from the simulation instead.
 class ViolationListener : public testing::EmptyTestEventListener {
@@ -60,7 +49,9 @@ public:
         std::vector<std::string> found = ChildViolations();
         // Only a process that reached the simulation holds it; loading it here would not tell more.
         if (GetModuleHandleW(L"SimRuntime.dll")) {
-            for (const std::wstring& line : sim_control::take_violations()) found.push_back(Utf8(line));
+            for (const std::wstring& line : sim_control::take_violations()) {
+                found.push_back((testing::Message() << line).GetString());  // as UTF-8
+            }
         }
         return found;
     }
