@@ -169,9 +169,11 @@ std::map<int64_t, notification::entry>::node_type notification::take(int64_t id)
 
 // Outside the lock: the platform may be dispatching another event of the same toast meanwhile.
 void notification::revoke(entry& gone) {
-    gone.toast->remove_Activated(gone.activated_token);
-    gone.toast->remove_Dismissed(gone.dismissed_token);
-    gone.toast->remove_Failed(gone.failed_token);
+    const auto toast = gone.toast.resolve();
+    if (!toast) return;
+    toast->remove_Activated(gone.activated_token);
+    toast->remove_Dismissed(gone.dismissed_token);
+    toast->remove_Failed(gone.failed_token);
 }
 
 void notification::remove(int64_t id) {
@@ -203,7 +205,7 @@ int64_t notification::show_impl(const notification_template& toast, const mono_n
 
     entry record;
     record.handler = handler;
-    record.toast = shown;
+    record.toast = rt::agile_ref<rt::IToastNotification>(shown.get());
     if (toast.expiration_ms >= 1) {
         const int64_t expiration_ticks = now_ticks() + toast.expiration_ms * kTicksPerMillisecond;
         set_expiration(shown.get(), expiration_ticks);

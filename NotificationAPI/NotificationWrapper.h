@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "AgileReference.h"
 #include "ComPtr.h"
 #include "Foundation.h"
 #include "NotificationTemplate.h"
@@ -110,7 +111,8 @@ public:
 private:
     struct entry {
         mono_notification_handler_t handler;
-        rt::com_ptr<rt::IToastNotification> toast;
+        // Made on the client's thread, revoked on the platform's: resolved where it is used.
+        rt::agile_ref<rt::IToastNotification> toast;
         rt::EventRegistrationToken activated_token{};
         rt::EventRegistrationToken dismissed_token{};
         rt::EventRegistrationToken failed_token{};

@@ -20,21 +20,24 @@ rt::com_ptr<rt::IUriRuntimeClass> CreateUri(const std::wstring& text) {
     return uri;
 }
 
+// Launcher is not agile: its statics belong to the apartment of the thread
+// that fetched them, and a coroutine resumes on whichever thread completed
+// what it awaited. So each step fetches them on its own thread and lets them
+// go before it suspends.
 rt::com_ptr<rt::ILauncherStatics> LauncherStatics() {
     return rt::get_activation_factory<rt::ILauncherStatics>(rt::class_name::Launcher);
 }
 
-rt::com_ptr<rt::LaunchQuerySupportOperation> StartUriSupportQuery(rt::ILauncherStatics* launcher,
-                                                                  rt::IUriRuntimeClass* uri) {
-    const auto launcher2 = rt::com_ptr<rt::ILauncherStatics>::copy_from(launcher).As<rt::ILauncherStatics2>();
+rt::com_ptr<rt::LaunchQuerySupportOperation> StartUriSupportQuery(rt::IUriRuntimeClass* uri) {
+    const auto launcher2 = LauncherStatics().As<rt::ILauncherStatics2>();
     rt::com_ptr<rt::LaunchQuerySupportOperation> query;
     rt::check(launcher2->QueryUriSupportAsync(uri, rt::LaunchQuerySupportType::Uri, query.put()));
     return query;
 }
 
-rt::com_ptr<rt::IAsyncOperation<bool>> StartLaunch(rt::ILauncherStatics* launcher, rt::IUriRuntimeClass* uri) {
+rt::com_ptr<rt::IAsyncOperation<bool>> StartLaunch(rt::IUriRuntimeClass* uri) {
     rt::com_ptr<rt::IAsyncOperation<bool>> launch;
-    rt::check(launcher->LaunchUriAsync(uri, launch.put()));
+    rt::check(LauncherStatics()->LaunchUriAsync(uri, launch.put()));
     return launch;
 }
 
@@ -43,14 +46,13 @@ rt::com_ptr<rt::IAsyncOperation<bool>> StartLaunch(rt::ILauncherStatics* launche
 rt::async_operation<bool> SafeLaunchUriAsync(std::wstring uri) {
     try {
         const auto target = CreateUri(uri);
-        const auto launcher = LauncherStatics();
-        const rt::LaunchQuerySupportStatus support = co_await StartUriSupportQuery(launcher.get(), target.get());
+        const rt::LaunchQuerySupportStatus support = co_await StartUriSupportQuery(target.get());
         if (support != rt::LaunchQuerySupportStatus::Available) {
             HOST_LOG_WARN(kAsyncFunction, L"[SafeLaunchUri] URI handler not available (status={}), skipping launch: {}",
                           static_cast<int>(support), uri);
             co_return false;
         }
-        if (co_await StartLaunch(launcher.get(), target.get())) {
+        if (co_await StartLaunch(target.get())) {
             HOST_LOG_INFO(kAsyncFunction, L"[SafeLaunchUri] Launched successfully: {}", uri);
             co_return true;
         }

@@ -5,9 +5,7 @@
 #include <objbase.h>
 #include <roapi.h>
 
-#include <atomic>
-#include <mutex>
-
+#include "Apartment.h"
 #include "ComPtr.h"
 #include "FactoryCache.h"
 #include "Guid.h"
@@ -18,54 +16,29 @@ namespace rt {
 
 namespace activation_detail {
 
-// A thread that never joined an apartment itself runs in the implicit
-// multithreaded apartment only while another thread keeps that apartment
-// alive ("CoGetApartmentType function": APTTYPEQUALIFIER_IMPLICIT_MTA); when
-// the last such thread uninitialises, an operation this thread started loses
-// its apartment. So before its first activation such a thread joins the
-// apartment with CoIncrementMTAUsage ("CoIncrementMTAUsage function": it
-// "puts the current thread into the MTA, if the current thread is not already
-// in an apartment"), which binds nothing to the thread and needs no matching
-// uninitialise. The usage is taken once and kept for the life of the process.
-inline bool explicitly_in_apartment() {
-    APTTYPE type{};
-    APTTYPEQUALIFIER qualifier{};
-    if (FAILED(CoGetApartmentType(&type, &qualifier))) return false;
-    return !(type == APTTYPE_MTA && qualifier == APTTYPEQUALIFIER_IMPLICIT_MTA);
-}
-
-// Looked up by name: the import libraries of older SDKs lack it.
-inline bool increment_mta_usage() {
-    using increment_function = HRESULT(WINAPI*)(CO_MTA_USAGE_COOKIE*);
-    const HMODULE combase = GetModuleHandleW(L"combase.dll");
-    if (!combase) return false;
-    const auto increment = reinterpret_cast<increment_function>(
-        reinterpret_cast<void*>(GetProcAddress(combase, "CoIncrementMTAUsage")));
-    CO_MTA_USAGE_COOKIE cookie = nullptr;
-    return increment && SUCCEEDED(increment(&cookie));
-}
-
-inline std::atomic<bool> mta_usage_held{false};
-
-// Before every activation; after the first successful join it costs one load.
-inline void join_multithreaded_apartment() {
-    if (mta_usage_held.load() || explicitly_in_apartment()) return;
-    static std::mutex joining;
-    std::lock_guard lock(joining);
-    if (!mta_usage_held.load() && increment_mta_usage()) mta_usage_held.store(true);
+// A kept factory serves every later call from any thread, so it must outlive
+// them all: it has to be agile (checked by the cache) and to live in the
+// multithreaded apartment while the process holds it. A factory fetched in a
+// single-threaded apartment belongs to that apartment, whose CoUninitialize
+// "unloads all DLLs loaded by the thread" ("CoUninitialize function").
+inline bool may_keep_factories() {
+    return hold_multithreaded_apartment() && current_apartment() == apartment_kind::multithreaded;
 }
 
 }  // namespace activation_detail
 
 template <class I>
 com_ptr<I> get_activation_factory(const wchar_t* className) {
-    activation_detail::join_multithreaded_apartment();
+    // The hold comes first, so that no activation on any thread happens before it.
+    const bool shared = activation_detail::may_keep_factories();
     auto& cache = factory_cache::process();
-    if (auto kept = cache.find<I>(className)) return kept;
+    if (shared) {
+        if (auto kept = cache.find<I>(className)) return kept;
+    }
     const hstring name(className);
     com_ptr<I> factory;
     check(RoGetActivationFactory(name.get(), iid_of<I>, factory.put_void()));
-    cache.keep_if_agile(className, factory);
+    if (shared) cache.keep_if_agile(className, factory);
     return factory;
 }
 

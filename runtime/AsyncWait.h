@@ -3,6 +3,7 @@
 // wait that tells how far the operation got, and an unbounded wait for its
 // result. Works for IAsyncOperation<T>, IAsyncOperationWithProgress<T, P> and IAsyncAction.
 #include <windows.h>
+#include <objbase.h>
 
 #include <atomic>
 #include <cstdint>
@@ -11,6 +12,7 @@
 
 #include "UniqueHandle.h"
 #include "AbiValue.h"
+#include "Apartment.h"
 #include "ComPtr.h"
 #include "Delegate.h"
 #include "Foundation.h"
@@ -19,6 +21,23 @@
 namespace rt {
 
 namespace async_detail {
+
+// A single-threaded apartment receives its incoming calls, and the callbacks
+// of handlers registered through a proxy, as messages: a thread of one that
+// blocks without pumping them may wait for a completion that only it can
+// deliver. So it waits as COM requires there ("CoWaitForMultipleHandles
+// function"), dispatching calls and window messages ("COWAIT_FLAGS
+// enumeration"); other threads have nothing to pump. Should the pumping wait
+// be refused (an application STA refuses some flags), the plain wait remains.
+inline void wait_for_event(HANDLE event, DWORD milliseconds) noexcept {
+    if (current_apartment() == apartment_kind::single_threaded) {
+        DWORD index = 0;
+        const HRESULT result =
+            CoWaitForMultipleHandles(COWAIT_DISPATCH_CALLS | COWAIT_DISPATCH_WINDOW_MESSAGES, milliseconds, 1, &event, &index);
+        if (SUCCEEDED(result) || result == RPC_S_CALLPENDING) return;
+    }
+    WaitForSingleObject(event, milliseconds);
+}
 
 inline UniqueHandle create_manual_reset_event() {
     UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -39,7 +58,7 @@ public:
     }
 
     AsyncStatus wait(DWORD milliseconds) const noexcept {
-        WaitForSingleObject(event_.get(), milliseconds);
+        wait_for_event(event_.get(), milliseconds);
         return status_.load();
     }
 

@@ -3,6 +3,7 @@
 // COM objects whose callable owns everything it touches, because the platform
 // may call or release them on any thread and at any later time.
 #include <windows.h>
+#include <objbase.h>
 #include <unknwn.h>
 
 #include <atomic>
@@ -26,6 +27,8 @@ template <class Delegate, class F, class Owner, class... Args>
 class implementation<Delegate, F, HRESULT (Owner::*)(Args...)> final : public Delegate {
 public:
     explicit implementation(F callable) : callable_(std::move(callable)) {}
+    implementation(const implementation&) = delete;
+    implementation& operator=(const implementation&) = delete;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
         if (!object) return E_POINTER;
@@ -35,6 +38,10 @@ public:
             return S_OK;
         }
         *object = nullptr;
+        if (iid == iid_of<IMarshal>) {
+            IUnknown* const marshaler = free_threaded_marshaler();
+            return marshaler ? marshaler->QueryInterface(iid, object) : E_NOINTERFACE;
+        }
         return E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
@@ -49,9 +56,31 @@ public:
     }
 
 private:
-    ~implementation() = default;
+    ~implementation() {
+        if (IUnknown* const marshaler = marshaler_.load()) marshaler->Release();
+    }
+
+    // IAgileObject alone changes nothing when the delegate is marshaled ("IAgileObject
+    // interface"): registered through a proxy from a single-threaded apartment, it
+    // would be called back only through that apartment's message loop, and never
+    // once the thread has left COM. The aggregated free-threaded marshaler hands
+    // every apartment of the process the object itself ("CoCreateFreeThreadedMarshaler
+    // function"), which is safe because the callable owns what it touches. Made on
+    // the first request, as most delegates are never marshaled.
+    IUnknown* free_threaded_marshaler() noexcept {
+        IUnknown* current = marshaler_.load();
+        if (current) return current;
+        IUnknown* made = nullptr;
+        if (FAILED(CoCreateFreeThreadedMarshaler(static_cast<Delegate*>(this), &made)) || !made) return nullptr;
+        if (!marshaler_.compare_exchange_strong(current, made)) {
+            made->Release();
+            return current;
+        }
+        return made;
+    }
 
     std::atomic<ULONG> references_{1};
+    std::atomic<IUnknown*> marshaler_{nullptr};
     F callable_;
 };
 

@@ -5,6 +5,10 @@
 // interface": "free threaded and can be called from any apartment") serves
 // every later call from any thread once it is fetched. A factory that is not
 // agile belongs to the apartment that fetched it, so it is fetched anew.
+// Agility alone is not enough: the code behind the factory stays loaded only
+// as long as the apartment it was fetched in, so rt::get_activation_factory
+// offers only factories fetched in the multithreaded apartment while the
+// process holds it (Apartment.h).
 #include <windows.h>
 #include <objidl.h>
 

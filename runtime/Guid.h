@@ -91,5 +91,9 @@ template <>
 inline constexpr GUID iid_of<IActivationFactory> = guid("00000035-0000-0000-c000-000000000046");
 template <>
 inline constexpr GUID iid_of<IAgileObject> = guid("94ea2b94-e9cc-49e0-c0ff-ee64ca8f5b90");
+template <>
+inline constexpr GUID iid_of<IMarshal> = guid("00000003-0000-0000-c000-000000000046");
+template <>
+inline constexpr GUID iid_of<IAgileReference> = guid("c03f6a43-65a4-9818-987e-e0b810d2a6f2");
 
 }  // namespace rt

@@ -8,25 +8,36 @@
 #include <thread>
 #include <utility>
 
+#include "Apartment.h"
+
 namespace quorvel {
 
 namespace {
 
-std::mutex& ReportThreadsMutex() {
-    static std::mutex mutex;
-    return mutex;
+// Joined by the entry's closing phase; a std::list, so a thread keeps its place
+// while others are added. Never destroyed, as the factory cache and the notifier
+// are not: a thread still listed when the process detaches the module (ended by
+// another thread, a join that threw) would call std::terminate under the loader lock.
+struct ReportThreadList {
+    std::mutex mutex;
+    std::list<std::thread> threads;
+};
+
+ReportThreadList& ReportThreads() {
+    static auto* const list = new ReportThreadList;
+    return *list;
 }
 
-// Joined by the entry's closing phase; a std::list, so a thread keeps its place while others are added.
-std::list<std::thread>& ReportThreads() {
-    static std::list<std::thread> threads;
-    return threads;
-}
-
-// Report threads join the multithreaded apartment themselves.
+// With the process's hold on the multithreaded apartment a report thread runs
+// in it implicitly and never leaves it, so what the thread started (completion
+// dispatch, a timer handler still inside the platform's code) keeps its
+// apartment and its class code after the thread has ended; a thread that
+// uninitialised would unload "all DLLs loaded by the thread" ("CoUninitialize
+// function"). Only without the hold does the thread join the apartment itself.
 class MultithreadedApartment {
 public:
-    MultithreadedApartment() : initialized_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {}
+    MultithreadedApartment()
+        : initialized_(!rt::hold_multithreaded_apartment() && SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {}
     MultithreadedApartment(const MultithreadedApartment&) = delete;
     MultithreadedApartment& operator=(const MultithreadedApartment&) = delete;
     ~MultithreadedApartment() {
@@ -59,8 +70,11 @@ void ReportToggleEventAsync(const ToggleEventInfo& record) {
     std::wstring url = GetReportUrl();
     std::wstring folder = GetReportDirectory();
     if (folder.empty()) return;
-    std::lock_guard lock(ReportThreadsMutex());
-    ReportThreads().emplace_back([folder = std::move(folder), body = std::move(body), url = std::move(url),
+    // Before the thread exists, so that the apartment it activates in outlives it.
+    rt::hold_multithreaded_apartment();
+    auto& list = ReportThreads();
+    std::lock_guard lock(list.mutex);
+    list.threads.emplace_back([folder = std::move(folder), body = std::move(body), url = std::move(url),
                                   aid = std::move(aid)]() noexcept {
         try {
             const MultithreadedApartment apartment;
@@ -70,9 +84,12 @@ void ReportToggleEventAsync(const ToggleEventInfo& record) {
     });
 }
 
+// The join does not pump messages even on a single-threaded apartment: a report
+// thread calls nothing of its joiner's apartment, so it never waits for it.
 void JoinReportThreads() {
-    std::lock_guard lock(ReportThreadsMutex());
-    auto& threads = ReportThreads();
+    auto& list = ReportThreads();
+    std::lock_guard lock(list.mutex);
+    auto& threads = list.threads;
     while (!threads.empty()) {
         if (threads.front().joinable()) threads.front().join();
         threads.pop_front();

@@ -1,8 +1,11 @@
 // Background-task registration in this process, where the simulated launcher
 // can be steered directly, and the export as a client reaches it.
 #include <windows.h>
+#include <objbase.h>
 
 #include <gtest/gtest.h>
+
+#include <thread>
 
 #include "BackgroundTaskRegistration.h"
 #include "FailingAllocation.h"
@@ -192,3 +195,19 @@ TEST_F(Registration, ClientReachesTheExportByItsDecoratedNameAndMayUnloadTheModu
 }
 
 }  // namespace
+
+// A client's UI thread registers: the launch runs on the thread that completed
+// the query, which may not call the launcher's statics of the UI thread.
+TEST_F(Registration, AClientsSingleThreadedApartmentRegistersAsAnyOtherThread) {
+    RegisterPackage();
+    ExperimentConfig config({std::nullopt, "1", std::nullopt});
+    bool registered = false;
+    std::thread client([&] {
+        EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+        registered = RegisterBackgroundTaskImpl(L"");
+        CoUninitialize();
+    });
+    client.join();
+    EXPECT_TRUE(registered);
+    EXPECT_EQ(LaunchedUris(), std::vector<std::string>{kWakeUpUri});
+}

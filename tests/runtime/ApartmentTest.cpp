@@ -15,6 +15,7 @@
 #include "Activation.h"
 #include "ClassNames.h"
 #include "Foundation.h"
+#include "HString.h"
 
 namespace {
 
@@ -65,4 +66,23 @@ TEST(Apartment, AThreadInTheImplicitApartmentJoinsItBeforeItsFirstActivation) {
     });
     entry.join();
     holder.join();
+}
+
+// The report threads' road: a thread that joined the apartment itself
+// activates, then leaves. Its activation took the process's hold, so the
+// apartment, and the factory kept from it, outlive the thread.
+TEST(Apartment, AnActivationOnAThreadThatLeavesTheApartmentKeepsItForTheProcess) {
+    std::thread reporter([] {
+        ASSERT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+        EXPECT_NO_THROW(rt::get_activation_factory<rt::IUriRuntimeClassFactory>(rt::class_name::Uri));
+        CoUninitialize();
+    });
+    reporter.join();
+    std::thread entry([] {
+        EXPECT_TRUE(InMultithreadedApartment(CurrentApartment())) << "the apartment ended with the thread";
+        const auto factory = rt::get_activation_factory<rt::IUriRuntimeClassFactory>(rt::class_name::Uri);
+        rt::com_ptr<rt::IUriRuntimeClass> uri;
+        EXPECT_EQ(S_OK, factory->CreateUri(rt::hstring(L"https://a.example/").get(), uri.put()));
+    });
+    entry.join();
 }

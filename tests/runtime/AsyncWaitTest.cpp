@@ -1,7 +1,11 @@
 // The bounded and the unbounded wait, against an operation the test ends by hand.
 #include <gtest/gtest.h>
 
+#include <windows.h>
+#include <objbase.h>
+
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include "AsyncWait.h"
@@ -106,4 +110,45 @@ TEST(RuntimeAsyncWait, WaitForResultReturnsTheResultOrThrowsTheErrorCode) {
     } catch (const rt::hresult_error& error) {
         EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INSTALL_FAILURE), error.code());
     }
+}
+
+namespace {
+
+constexpr UINT kEndOperation = WM_APP + 1;
+
+// Ends the operation whose address the message carries, as a handler called
+// back through this apartment's message queue would. Sent, not posted: a
+// pumping wait delivers sent messages on Windows and Wine alike, a plain wait
+// on neither.
+LRESULT CALLBACK EndingWindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message != kEndOperation) return DefWindowProcW(window, message, wParam, lParam);
+    reinterpret_cast<hand_ended_operation*>(lParam)->end(rt::AsyncStatus::Completed);
+    return 0;
+}
+
+}  // namespace
+
+// A thread of a single-threaded apartment that waits for a completion only its
+// own message loop can deliver: a wait that does not pump never ends.
+TEST(RuntimeAsyncWait, AWaitInASingleThreadedApartmentDispatchesItsMessages) {
+    const auto operation = sim::make<hand_ended_operation>();
+    std::promise<HWND> created;
+    std::thread waiter([&] {
+        EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+        WNDCLASSW windowClass{};
+        windowClass.lpfnWndProc = EndingWindowProcedure;
+        windowClass.hInstance = GetModuleHandleW(nullptr);
+        windowClass.lpszClassName = L"AsyncWaitTestWindow";
+        RegisterClassW(&windowClass);
+        const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                            windowClass.hInstance, nullptr);
+        created.set_value(window);
+        EXPECT_EQ(rt::AsyncStatus::Completed, rt::wait_for_status(operation.get(), 3000));
+        DestroyWindow(window);
+        CoUninitialize();
+    });
+    const HWND window = created.get_future().get();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_TRUE(SendNotifyMessageW(window, kEndOperation, 0, reinterpret_cast<LPARAM>(operation.get())));
+    waiter.join();
 }

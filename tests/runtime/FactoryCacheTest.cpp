@@ -1,8 +1,10 @@
 // Activation factories are fetched once per process and class interface, and
 // a kept factory serves threads that never joined an apartment themselves.
+// Only agile factories fetched in the multithreaded apartment are kept.
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <objbase.h>
 
 #include <string>
 #include <thread>
@@ -12,6 +14,7 @@
 #include "ClassNames.h"
 #include "Foundation.h"
 #include "HString.h"
+#include "Launcher.h"
 #include "SimRuntimeControl.h"
 
 namespace {
@@ -52,4 +55,31 @@ TEST(FactoryCache, AFactoryIsFetchedOnceAndServesEveryThreadAndEachInterfaceApar
     rt::hstring escaped;
     ASSERT_EQ(escape->EscapeComponent(rt::hstring(L"a b").get(), escaped.put()), S_OK);
     EXPECT_EQ(rt::view_of(escaped.get()), L"a%20b");
+}
+
+// The launcher is not agile: its statics belong to the apartment that fetched
+// them, so a kept one would be called from apartments it does not belong to.
+TEST(FactoryCache, ANonAgileFactoryIsFetchedForEveryCall) {
+    const std::size_t fetchesBefore = sim_control::call_count(L"Launcher.GetActivationFactory");
+    for (int call = 0; call < 2; ++call) {
+        EXPECT_TRUE(rt::get_activation_factory<rt::ILauncherStatics>(rt::class_name::Launcher));
+    }
+    EXPECT_EQ(sim_control::call_count(L"Launcher.GetActivationFactory") - fetchesBefore, 2U);
+}
+
+// A client's thread in a single-threaded apartment: what it fetches is unloaded
+// with its apartment, so it is never kept, and a later thread fetches its own.
+TEST(FactoryCache, AThreadInASingleThreadedApartmentFetchesForEveryCall) {
+    const std::size_t fetchesBefore = sim_control::call_count(L"Uri.GetActivationFactory");
+    std::thread client([] {
+        ASSERT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+        EXPECT_EQ(AbsoluteUriThroughFactory(L"https://a.example/x"), L"https://a.example/x");
+        EXPECT_EQ(AbsoluteUriThroughFactory(L"https://a.example/y"), L"https://a.example/y");
+        CoUninitialize();
+    });
+    client.join();
+    EXPECT_EQ(sim_control::call_count(L"Uri.GetActivationFactory") - fetchesBefore, 2U);
+
+    EXPECT_EQ(AbsoluteUriThroughFactory(L"https://b.example/z"), L"https://b.example/z");
+    EXPECT_EQ(sim_control::call_count(L"Uri.GetActivationFactory") - fetchesBefore, 3U);
 }

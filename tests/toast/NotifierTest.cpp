@@ -1,11 +1,13 @@
 // Showing toasts and receiving their events, through the push-box exports and
 // the notifier, against the simulated notification centre reached by activation.
 #include <windows.h>
+#include <objbase.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cwctype>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -447,3 +449,24 @@ TEST_F(Notifier, TheCentreLetsItsOldestToastsGoPastItsHistoryLimit) {
 }
 
 }  // namespace
+
+// A push box from a client's UI thread that is busy when the user acts: the
+// toast's events do not wait for that thread's message loop.
+TEST_F(Notifier, APushBoxFromASingleThreadedApartmentHearsItsEventWhileTheThreadIsBusy) {
+    const size_t before = notification::instance().active_count();
+    std::promise<void> shown;
+    std::promise<void> raised;
+    std::thread client([&] {
+        EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+        EXPECT_TRUE(NotificationSetToPushBox(L"Title", L"Body", nullptr, nullptr));
+        shown.set_value();
+        raised.get_future().wait();
+        CoUninitialize();
+    });
+    shown.get_future().wait();
+    EXPECT_EQ(notification::instance().active_count(), before + 1);
+    EXPECT_EQ(sim_control::raise_dismissed(0, 0), S_OK);
+    EXPECT_EQ(notification::instance().active_count(), before) << "the event waits for the client's thread";
+    raised.set_value();
+    client.join();
+}
