@@ -22,8 +22,6 @@
 
 namespace {
 
-const fuzz::Surface kSurface{"report_folder", 160, 200, 30000, 8};
-
 constexpr const wchar_t* kPieces[] = {L"1731500000123456700", L"a", L".", L"..", L" ", L"-", L"json", L".json",
                                       L".uploading.", L"uploading", L"\u00e9", L"\u4e2d", L"~", L"0", L"tmp", L"#"};
 
@@ -39,20 +37,14 @@ std::wstring Stem(fuzz::CaseReader& in) {
     return stem;
 }
 
+// Claim times around the 900-second stale limit, and suffixes that are no time.
 std::wstring ClaimSuffix(fuzz::CaseReader& in) {
     const long long now = static_cast<long long>(std::time(nullptr));
-    switch (in.Below(10)) {
-        case 0: return std::to_wstring(now - 1000);
-        case 1: return std::to_wstring(now - 900);
-        case 2: return std::to_wstring(now - 902);
-        case 3: return std::to_wstring(now);
-        case 4: return L"";
-        case 5: return L"abc";
-        case 6: return L"-5";
-        case 7: return L"99999999999999999999";
-        case 8: return L" 12";
-        default: return Soup(in, 2);
-    }
+    static constexpr const wchar_t* kOdd[] = {L"", L"abc", L"-5", L"99999999999999999999", L" 12"};
+    static constexpr long long kAges[] = {1000, 900, 902, 0};
+    const uint32_t choice = in.Below(10);
+    if (choice < 4) return std::to_wstring(now - kAges[choice]);
+    return choice < 9 ? std::wstring(kOdd[choice - 4]) : Soup(in, 2);
 }
 
 std::wstring FileName(fuzz::CaseReader& in) {
@@ -79,24 +71,14 @@ std::wstring FileName(fuzz::CaseReader& in) {
     }
 }
 
-std::vector<std::wstring> FilesIn(const QueueFolder& folder) {
-    std::vector<std::wstring> paths;
-    for (const auto& name : folder.Names()) paths.push_back(folder / name);
-    return paths;
-}
-
 bool FolderHoldsReport(const QueueFolder& folder, const std::string& tag) {
-    for (const auto& path : FilesIn(folder)) {
-        const std::string bytes = ReadFileBytes(path);
+    for (const auto& name : folder.Names()) {
+        const std::string bytes = ReadFileBytes(folder / name);
         if (quorvel::DecryptReport(std::vector<std::uint8_t>(bytes.begin(), bytes.end())).find(tag) != std::string::npos) {
             return true;
         }
     }
     return false;
-}
-
-void EmptyFolder(const QueueFolder& folder) {
-    for (const auto& path : FilesIn(folder)) DeleteFileW(path.c_str());
 }
 
 class ReportFolderCase {
@@ -120,7 +102,7 @@ public:
             const bool delivered = std::find(accepted.begin(), accepted.end(), tag) != accepted.end();
             EXPECT_TRUE(delivered || FolderHoldsReport(folder_, tag)) << "report " << tag << " was lost";
         }
-        EmptyFolder(folder_);
+        for (const auto& name : folder_.Names()) DeleteFileW((folder_ / name).c_str());
         tags_.clear();
     }
 
@@ -146,8 +128,8 @@ private:
     }
 
     void Act(fuzz::CaseReader& in) {
-        const std::vector<std::wstring> files = FilesIn(folder_);
-        const std::wstring some = files.empty() ? folder_ / L"absent.json" : files[in.Below(static_cast<uint32_t>(files.size()))];
+        const std::vector<std::wstring> names = folder_.Names();
+        const std::wstring some = folder_ / (names.empty() ? L"absent.json" : names[in.Below(static_cast<uint32_t>(names.size()))]);
         switch (in.Below(5)) {
             case 0:
             case 1: quorvel::UploadPendingReports(folder_.path(), CollectorUrl(), in.Chance(224) ? "dev-1" : ""); break;
@@ -169,7 +151,7 @@ TEST(ReportFolderFuzz, NoQueuedReportIsLost) {
     QueueFolder folder;
     MappedCollector collector;
     ReportFolderCase runner(folder, collector);
-    fuzz::RunCampaign(kSurface, [&](std::string_view bytes) { runner.Run(bytes); });
+    fuzz::RunCampaign({"report_folder", 160, 200, 30000, 8}, [&](std::string_view bytes) { runner.Run(bytes); });
 }
 
 }  // namespace
