@@ -81,77 +81,69 @@ bool FolderHoldsReport(const QueueFolder& folder, const std::string& tag) {
     return false;
 }
 
-class ReportFolderCase {
-public:
-    ReportFolderCase(const QueueFolder& folder, MappedCollector& collector) : folder_(folder), collector_(collector) {}
-
-    void Run(std::string_view bytes) {
-        fuzz::CaseReader in(bytes);
-        static constexpr int kStatuses[] = {200, 200, 200, 500, 204};
-        const size_t firstRequest = collector_.ReceivedCount();
-        collector_.AnswerWith(in.Pick(kStatuses));
-        for (size_t n = in.Below(6); n > 0; --n) PlaceFile(in);
-        for (size_t n = in.Below(3); n > 0; --n) {
-            const std::string tag = NextTag();
-            if (!QueueReport(folder_, SampleBody(tag)).empty()) tags_.push_back(tag);
-        }
-        for (size_t n = 1 + in.Below(3); n > 0; --n) Act(in);
-
-        const std::vector<std::string> accepted = AcceptedEventNames(collector_, firstRequest);
-        for (const std::string& tag : tags_) {
-            const bool delivered = std::find(accepted.begin(), accepted.end(), tag) != accepted.end();
-            EXPECT_TRUE(delivered || FolderHoldsReport(folder_, tag)) << "report " << tag << " was lost";
-        }
-        for (const auto& name : folder_.Names()) DeleteFileW((folder_ / name).c_str());
-        tags_.clear();
-    }
-
-private:
-    std::string NextTag() { return "fuzz-report-" + std::to_string(counter_++); }
-
-    void PlaceFile(fuzz::CaseReader& in) {
-        const std::wstring path = folder_ / FileName(in);
-        if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return;  // a valid report must not be overwritten
-        switch (in.Below(4)) {
-            case 0: WriteFileBytes(path, ""); break;
-            case 1: {
-                const std::string tag = NextTag();
-                const std::vector<std::uint8_t> cipher = quorvel::EncryptReport(SampleBody(tag));
-                if (WriteFileBytes(path, std::string(cipher.begin(), cipher.end())) &&
-                    GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
-                    tags_.push_back(tag);
-                }
-                break;
-            }
-            default: WriteFileBytes(path, in.Bytes(in.Chance(128) ? 16 * in.Below(8) : in.Below(200)));
-        }
-    }
-
-    void Act(fuzz::CaseReader& in) {
-        const std::vector<std::wstring> names = folder_.Names();
-        const std::wstring some = folder_ / (names.empty() ? L"absent.json" : names[in.Below(static_cast<uint32_t>(names.size()))]);
-        switch (in.Below(5)) {
-            case 0:
-            case 1: quorvel::UploadPendingReports(folder_.path(), CollectorUrl(), in.Chance(224) ? "dev-1" : ""); break;
-            case 2: quorvel::RecoverStaleClaimedFiles(folder_.path()); break;
-            case 3:
-                if (const auto claimed = quorvel::ClaimReportFile(some)) quorvel::RollbackClaimedFile(*claimed);
-                break;
-            default: quorvel::RollbackClaimedFile(some); break;
-        }
-    }
-
-    const QueueFolder& folder_;
-    MappedCollector& collector_;
-    std::vector<std::string> tags_;
-    std::uint64_t counter_ = 0;
+// What a case leaves behind: the reports it queued or placed, each tagged.
+struct Reports {
+    std::vector<std::string> tags;
+    std::uint64_t counter = 0;
+    std::string Next() { return "fuzz-report-" + std::to_string(counter++); }
 };
+
+void PlaceFile(fuzz::CaseReader& in, const QueueFolder& folder, Reports& reports) {
+    const std::wstring path = folder / FileName(in);
+    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return;  // a valid report must not be overwritten
+    switch (in.Below(4)) {
+        case 0: WriteFileBytes(path, ""); break;
+        case 1: {
+            const std::string tag = reports.Next();
+            const std::vector<std::uint8_t> cipher = quorvel::EncryptReport(SampleBody(tag));
+            if (WriteFileBytes(path, std::string(cipher.begin(), cipher.end())) &&
+                GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
+                reports.tags.push_back(tag);
+            }
+            break;
+        }
+        default: WriteFileBytes(path, in.Bytes(in.Chance(128) ? 16 * in.Below(8) : in.Below(200)));
+    }
+}
+
+void Act(fuzz::CaseReader& in, const QueueFolder& folder) {
+    const std::vector<std::wstring> names = folder.Names();
+    const std::wstring some = folder / (names.empty() ? L"absent.json" : names[in.Below(static_cast<uint32_t>(names.size()))]);
+    switch (in.Below(5)) {
+        case 0:
+        case 1: quorvel::UploadPendingReports(folder.path(), CollectorUrl(), in.Chance(224) ? "dev-1" : ""); break;
+        case 2: quorvel::RecoverStaleClaimedFiles(folder.path()); break;
+        case 3:
+            if (const auto claimed = quorvel::ClaimReportFile(some)) quorvel::RollbackClaimedFile(*claimed);
+            break;
+        default: quorvel::RollbackClaimedFile(some); break;
+    }
+}
 
 TEST(ReportFolderFuzz, NoQueuedReportIsLost) {
     QueueFolder folder;
     MappedCollector collector;
-    ReportFolderCase runner(folder, collector);
-    fuzz::RunCampaign({"report_folder", 160, 200, 30000, 8}, [&](std::string_view bytes) { runner.Run(bytes); });
+    Reports reports;
+    fuzz::RunCampaign({"report_folder", 160, 200, 30000, 8}, [&](std::string_view bytes) {
+        fuzz::CaseReader in(bytes);
+        static constexpr int kStatuses[] = {200, 200, 200, 500, 204};
+        const size_t firstRequest = collector.ReceivedCount();
+        collector.AnswerWith(in.Pick(kStatuses));
+        for (size_t n = in.Below(6); n > 0; --n) PlaceFile(in, folder, reports);
+        for (size_t n = in.Below(3); n > 0; --n) {
+            const std::string tag = reports.Next();
+            if (!QueueReport(folder, SampleBody(tag)).empty()) reports.tags.push_back(tag);
+        }
+        for (size_t n = 1 + in.Below(3); n > 0; --n) Act(in, folder);
+
+        const std::vector<std::string> accepted = AcceptedEventNames(collector, firstRequest);
+        for (const std::string& tag : reports.tags) {
+            const bool delivered = std::find(accepted.begin(), accepted.end(), tag) != accepted.end();
+            EXPECT_TRUE(delivered || FolderHoldsReport(folder, tag)) << "report " << tag << " was lost";
+        }
+        for (const auto& name : folder.Names()) DeleteFileW((folder / name).c_str());
+        reports.tags.clear();
+    });
 }
 
 }  // namespace
