@@ -115,11 +115,8 @@ void AgeClaims(const QueueFolder& folder, const std::wstring& pidOrAny) {
     }
 }
 
-long long IdOf(const std::string& eventName) {
-    return eventName.rfind("soak-", 0) == 0 ? std::stoll(eventName.substr(5)) : -1;
-}
-
-long long IdInBody(const std::string& plain) {
+// The id of report "soak-<id>" in an event name or a report's text; -1 without one.
+long long IdIn(const std::string& plain) {
     const size_t at = plain.find("soak-");
     if (at == std::string::npos) return -1;
     return std::atoll(plain.c_str() + at + 5);
@@ -247,7 +244,7 @@ TEST(ReportSoak, EveryReportIsDeliveredAndEveryDuplicateExplained) {
         if (inFlight != all.idOfStem.end()) ++killedInFlight[inFlight->second];
     }
     for (const auto& report : accepted) {
-        const long long id = IdOf(report.message["event_name"].asString());
+        const long long id = IdIn(report.message["event_name"].asString());
         ++deliveries[id];
         if (report.answer.kind == LoopbackCollector::Answer::Kind::Late) ++lateDeliveries[id];
     }
@@ -275,7 +272,7 @@ TEST(ReportSoak, EveryReportIsDeliveredAndEveryDuplicateExplained) {
             continue;
         }
         const std::string bytes = ReadFileBytes(folder / name);
-        const long long id = IdInBody(quorvel::DecryptReport({bytes.begin(), bytes.end()}));
+        const long long id = IdIn(quorvel::DecryptReport({bytes.begin(), bytes.end()}));
         EXPECT_TRUE(id < 0 || !saved.count(id) || deliveries[id] > 0)
             << "temporary file of a finished save: " << WideToUtf8Text(name);
         ++tmpLeft;
