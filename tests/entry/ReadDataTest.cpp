@@ -42,15 +42,10 @@ Read ReadOnOtherThread(const std::wstring& guid, DWORD timeoutMs = 2000) {
 
 // Nothing the reader opened outlives it: once the writer lets go, the names are gone.
 void ExpectNamedObjectsGone(const std::wstring& guid) {
-    const std::wstring mapping = GuidFileMapping::BuildMappingObjectName(guid, L"_FM");
-    const std::wstring mutex = GuidFileMapping::BuildMappingObjectName(guid, L"_Lock");
-    const std::wstring event = GuidFileMapping::BuildMappingObjectName(guid, L"_Event");
-    UniqueHandle m(OpenFileMappingW(FILE_MAP_READ, FALSE, mapping.c_str()));
-    EXPECT_FALSE(m.valid()) << "mapping still exists";
-    UniqueHandle x(OpenMutexW(SYNCHRONIZE, FALSE, mutex.c_str()));
-    EXPECT_FALSE(x.valid()) << "mutex still exists";
-    UniqueHandle e(OpenEventW(EVENT_MODIFY_STATE, FALSE, event.c_str()));
-    EXPECT_FALSE(e.valid()) << "event still exists";
+    const auto name = [&](const wchar_t* suffix) { return GuidFileMapping::BuildMappingObjectName(guid, suffix); };
+    EXPECT_FALSE(UniqueHandle(OpenFileMappingW(FILE_MAP_READ, FALSE, name(L"_FM").c_str())).valid()) << "mapping still exists";
+    EXPECT_FALSE(UniqueHandle(OpenMutexW(SYNCHRONIZE, FALSE, name(L"_Lock").c_str())).valid()) << "mutex still exists";
+    EXPECT_FALSE(UniqueHandle(OpenEventW(EVENT_MODIFY_STATE, FALSE, name(L"_Event").c_str())).valid()) << "event still exists";
 }
 
 std::string RawUtf16(const std::wstring& text) {
