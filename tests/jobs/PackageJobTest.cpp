@@ -96,21 +96,16 @@ TEST_F(PackageJobs, UpgradeReportsBothVersionsAndARefusedRegistrationIsNonFatal)
 
 TEST_F(PackageJobs, FailedInstallReportsItsKindAndRegistersNothing) {
     ExperimentConfig config({"1", "1", std::nullopt});
-    const HRESULT fileNotFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
-    {
+    for (const bool upgrade : {false, true}) {
         JobHost host({false, nullptr});
+        if (upgrade) sim_control::register_package(NotificationPackageVersion(1));
         const HostRun run = host.Run(L"-type 1");
-        ExpectReport(collector_, "msix_install", "fresh", {fileNotFound, "InstallNotificationPackage", "", "", "error"});
+        ExpectReport(collector_, "msix_install", upgrade ? "upgrade" : "fresh",
+                     {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "InstallNotificationPackage", upgrade ? "1.0.0.0" : "", "",
+                      "error"});
         EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("InstallNotificationPackage failed, hr=0x80070002")));
         EXPECT_TRUE(host.LaunchedUris().empty());
         EXPECT_TRUE(LinesContaining(run.log, "RegisterBackgroundTask:").empty());
-    }
-    {
-        JobHost host({false, nullptr});
-        sim_control::register_package(NotificationPackageVersion(1));
-        host.Run(L"-type 1");
-        ExpectReport(collector_, "msix_install", "upgrade", {fileNotFound, "InstallNotificationPackage", "1.0.0.0", "", "error"});
-        EXPECT_TRUE(host.LaunchedUris().empty());
     }
 }
 
