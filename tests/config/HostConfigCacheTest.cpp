@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "ConfigTestSupport.h"
 #include "HostConfigCache.h"
@@ -38,14 +39,10 @@ TEST_F(LoadedConfig, AnswersOnlyFieldsOfEntriesWhoseValueIsText) {
     })");
     EXPECT_EQ(L"small", Lookup(L"box", L"mode"));
     EXPECT_EQ(L"3", Lookup(L"box", L"count"));
-    EXPECT_EQ(kDefault, Lookup(L"box", L"Mode"));
-    EXPECT_EQ(kDefault, Lookup(L"box", L"nested"));
-    EXPECT_EQ(kDefault, Lookup(L"box", L"absent"));
-    EXPECT_EQ(kDefault, Lookup(L"number", L"mode"));
-    EXPECT_EQ(kDefault, Lookup(L"object", L"mode"));
-    EXPECT_EQ(kDefault, Lookup(L"scalar", L"mode"));
-    EXPECT_EQ(kDefault, Lookup(L"broken", L"mode"));
-    EXPECT_EQ(kDefault, Lookup(L"absent", L"mode"));
+    const std::pair<const wchar_t*, const wchar_t*> unanswered[] = {
+        {L"box", L"Mode"},      {L"box", L"nested"},    {L"box", L"absent"}, {L"number", L"mode"},
+        {L"object", L"mode"},   {L"scalar", L"mode"},   {L"broken", L"mode"}, {L"absent", L"mode"}};
+    for (const auto& [key, field] : unanswered) EXPECT_EQ(kDefault, Lookup(key, field)) << key << L"/" << field;
 }
 
 TEST_F(LoadedConfig, LookupsFollowAtMostTwoAliasSteps) {

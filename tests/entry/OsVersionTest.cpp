@@ -2,13 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 
 #include "OsVersion.h"
 #include "RegistryValueOverride.h"
 #include "TestProcess.h"
-#include "UniqueHandle.h"
 
 namespace {
 
@@ -27,34 +25,6 @@ TEST(OsVersionRule, AcceptsWindows10From19041AndEveryLaterMajor) {
             << c.major << "." << c.minor << "." << c.build;
     }
 }
-
-// Wine reports the version stored under CurrentVersion when the prefix does
-// not pin one.
-class OpenedVersionKey {
-public:
-    OpenedVersionKey() {
-        const LONG opened = RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion", 0,
-                                            nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, key_.put(), nullptr);
-        if (opened != ERROR_SUCCESS) {
-            throw std::runtime_error("cannot open the Windows version key, error " + std::to_string(opened));
-        }
-    }
-    HKEY get() const { return key_.get(); }
-
-private:
-    UniqueRegistryKey key_;
-};
-
-class EmulatedWindowsVersion {
-public:
-    EmulatedWindowsVersion(const wchar_t* version, const wchar_t* build)
-        : version_(key_.get(), L"CurrentVersion", version), build_(key_.get(), L"CurrentBuildNumber", build) {}
-
-private:
-    OpenedVersionKey key_;
-    RegistryValueOverride version_;
-    RegistryValueOverride build_;
-};
 
 std::string ProbeInNewProcess() {
     ProcessResult result = RunProcess(L"\"" + BinaryFolder() + L"\\OsVersionProbe.exe\"");

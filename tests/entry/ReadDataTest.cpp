@@ -42,15 +42,10 @@ Read ReadOnOtherThread(const std::wstring& guid, DWORD timeoutMs = 2000) {
 
 // Nothing the reader opened outlives it: once the writer lets go, the names are gone.
 void ExpectNamedObjectsGone(const std::wstring& guid) {
-    const std::wstring mapping = GuidFileMapping::BuildMappingObjectName(guid, L"_FM");
-    const std::wstring mutex = GuidFileMapping::BuildMappingObjectName(guid, L"_Lock");
-    const std::wstring event = GuidFileMapping::BuildMappingObjectName(guid, L"_Event");
-    UniqueHandle m(OpenFileMappingW(FILE_MAP_READ, FALSE, mapping.c_str()));
-    EXPECT_FALSE(m.valid()) << "mapping still exists";
-    UniqueHandle x(OpenMutexW(SYNCHRONIZE, FALSE, mutex.c_str()));
-    EXPECT_FALSE(x.valid()) << "mutex still exists";
-    UniqueHandle e(OpenEventW(EVENT_MODIFY_STATE, FALSE, event.c_str()));
-    EXPECT_FALSE(e.valid()) << "event still exists";
+    const auto name = [&](const wchar_t* suffix) { return GuidFileMapping::BuildMappingObjectName(guid, suffix); };
+    EXPECT_FALSE(UniqueHandle(OpenFileMappingW(FILE_MAP_READ, FALSE, name(L"_FM").c_str())).valid()) << "mapping still exists";
+    EXPECT_FALSE(UniqueHandle(OpenMutexW(SYNCHRONIZE, FALSE, name(L"_Lock").c_str())).valid()) << "mutex still exists";
+    EXPECT_FALSE(UniqueHandle(OpenEventW(EVENT_MODIFY_STATE, FALSE, name(L"_Event").c_str())).valid()) << "event still exists";
 }
 
 std::string RawUtf16(const std::wstring& text) {
@@ -70,6 +65,7 @@ TEST(ReadData, CopiesTheContentTheHeaderAnnounces) {
         std::wstring content;
         std::wstring expected;
         std::vector<std::string> warnings;  // beyond the final "returning empty result"
+        uint32_t mappingBytes = 0;          // the content's when 0
     };
     const std::wstring abc = L"abc";
     const std::vector<Case> cases = {
@@ -84,17 +80,20 @@ TEST(ReadData, CopiesTheContentTheHeaderAnnounces) {
          {"2 [ReadData] contentBytes sanity check failed, contentBytes=10485760"}},
         {"header beyond the mapping", 0x10000, L"x", L"",
          {"3 [ReadData] MapViewOfFile (full) failed, totalBytes=65540, GetLastError="}},
+        // 0x9FFFFF bytes are 0x4FFFFF characters; the zero-filled last one is dropped.
+        {"the largest segment", GuidFileMapping::kMaxContentBytes, L"big", L"big" + std::wstring(0x4FFFFB, L'\0'), {},
+         GuidFileMapping::kMaxContentBytes},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         const std::wstring guid = FreshGuidText();
-        PushSegmentWriter writer(guid, static_cast<uint32_t>(c.content.size() * sizeof(wchar_t)));
+        PushSegmentWriter writer(guid, c.mappingBytes ? c.mappingBytes : static_cast<uint32_t>(c.content.size() * sizeof(wchar_t)));
         ASSERT_TRUE(writer.ok());
         writer.Write(c.headerBytes, RawUtf16(c.content));
         writer.ReleaseLock();
 
         Read read = ReadOnOtherThread(guid);
-        EXPECT_EQ(read.result, c.expected);
+        EXPECT_TRUE(read.result == c.expected) << read.result.size() << " characters";
         std::vector<std::string> expected = c.warnings;
         if (c.expected.empty()) expected.push_back("2 [ReadData] returning empty result, guid=" + WideToUtf8Text(guid));
         ASSERT_EQ(read.lines.size(), expected.size());
@@ -105,65 +104,35 @@ TEST(ReadData, CopiesTheContentTheHeaderAnnounces) {
     }
 }
 
-TEST(ReadData, AcceptsTheLargestSegment) {
-    const std::wstring guid = FreshGuidText();
-    PushSegmentWriter writer(guid, GuidFileMapping::kMaxContentBytes);
-    ASSERT_TRUE(writer.ok());
-    writer.Write(GuidFileMapping::kMaxContentBytes, RawUtf16(L"big"));
-    writer.ReleaseLock();
-    Read read = ReadOnOtherThread(guid);
-    // 0x9FFFFF bytes are 0x4FFFFF characters; the zero-filled last one is dropped.
-    EXPECT_EQ(read.result.size(), 0x4FFFFEu);
-    EXPECT_EQ(read.result.substr(0, 3), L"big");
-    EXPECT_TRUE(read.lines.empty());
-    writer.CloseAll();
-    ExpectNamedObjectsGone(guid);
-}
-
+// A writer without its event has exited: the reader falls back to a plain
+// wait. A missing mapping is tried before and after the mutex; without the
+// mutex nothing else is opened and the event is not touched.
 TEST(ReadData, WorksAroundAMissingEventAndReportsAMissingMappingOrMutex) {
-    {
-        SCOPED_TRACE("no event: falls back to a plain wait");
-        const std::wstring guid = FreshGuidText();
-        PushSegmentWriter writer(guid, 64, {.mapping = true, .mutex = true, .event = false});
-        writer.WriteText(L"payload");
-        writer.ReleaseLock();
+    const std::wstring guid = FreshGuidText();
+    const std::string mapping = ObjectName(guid, L"_FM"), empty = "2 [ReadData] returning empty result, guid=" + WideToUtf8Text(guid);
+    const struct {
+        PushSegmentObjects objects;
+        std::wstring result;
+        std::vector<std::string> lines;
+    } rows[] = {
+        {{.event = false}, L"payload",
+         {"1 [ReadData] OpenEventW failed (writer may have exited), name=" + ObjectName(guid, L"_Event") +
+          ", GetLastError=2, falling back to WaitForSingleObject"}},
+        {{.mapping = false}, L"",
+         {"1 [ReadData] OpenFileMappingW (early) failed, name=" + mapping + ", GetLastError=2 (will retry after mutex)",
+          "3 [ReadData] OpenFileMappingW (retry) failed, name=" + mapping + ", GetLastError=2",
+          "3 [ReadData] FileMapping unavailable after mutex acquired, guid=" + WideToUtf8Text(guid), empty}},
+        {{.mutex = false}, L"", {"3 [ReadData] OpenMutexW failed, name=" + ObjectName(guid, L"_Lock") + ", GetLastError=2"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.lines[0]);
+        PushSegmentWriter writer(guid, 64, row.objects);
+        if (row.objects.mapping) writer.WriteText(L"payload");
+        if (row.objects.mutex) writer.ReleaseLock();
         Read read = ReadOnOtherThread(guid);
-        EXPECT_EQ(read.result, L"payload");
-        ASSERT_EQ(read.lines.size(), 1u);
-        EXPECT_EQ(read.lines[0], "1 [ReadData] OpenEventW failed (writer may have exited), name=" +
-                                     ObjectName(guid, L"_Event") +
-                                     ", GetLastError=2, falling back to WaitForSingleObject");
-        writer.CloseAll();
-        ExpectNamedObjectsGone(guid);
-    }
-    {
-        SCOPED_TRACE("no mapping: tried before and after the mutex");
-        const std::wstring guid = FreshGuidText();
-        PushSegmentWriter writer(guid, 64, {.mapping = false, .mutex = true, .event = true});
-        writer.ReleaseLock();
-        Read read = ReadOnOtherThread(guid);
-        EXPECT_EQ(read.result, L"");
-        const std::string mapping = ObjectName(guid, L"_FM");
-        const std::vector<std::string> expected = {
-            "1 [ReadData] OpenFileMappingW (early) failed, name=" + mapping + ", GetLastError=2 (will retry after mutex)",
-            "3 [ReadData] OpenFileMappingW (retry) failed, name=" + mapping + ", GetLastError=2",
-            "3 [ReadData] FileMapping unavailable after mutex acquired, guid=" + WideToUtf8Text(guid),
-            "2 [ReadData] returning empty result, guid=" + WideToUtf8Text(guid),
-        };
-        EXPECT_EQ(read.lines, expected);
-        writer.CloseAll();
-        ExpectNamedObjectsGone(guid);
-    }
-    {
-        SCOPED_TRACE("no mutex: nothing else is opened");
-        const std::wstring guid = FreshGuidText();
-        PushSegmentWriter writer(guid, 64, {.mapping = true, .mutex = false, .event = true});
-        writer.WriteText(L"payload");
-        Read read = ReadOnOtherThread(guid);
-        EXPECT_EQ(read.result, L"");
-        EXPECT_EQ(read.lines, std::vector<std::string>{"3 [ReadData] OpenMutexW failed, name=" +
-                                                       ObjectName(guid, L"_Lock") + ", GetLastError=2"});
-        EXPECT_FALSE(writer.WaitForReaderSignal(0)) << "the event must not be touched";
+        EXPECT_EQ(read.result, row.result);
+        EXPECT_EQ(read.lines, row.lines);
+        EXPECT_EQ(writer.WaitForReaderSignal(0), row.objects.mutex && row.objects.event);
         writer.CloseAll();
         ExpectNamedObjectsGone(guid);
     }

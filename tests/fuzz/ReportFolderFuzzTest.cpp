@@ -22,8 +22,6 @@
 
 namespace {
 
-const fuzz::Surface kSurface{"report_folder", 160, 200, 30000, 8};
-
 constexpr const wchar_t* kPieces[] = {L"1731500000123456700", L"a", L".", L"..", L" ", L"-", L"json", L".json",
                                       L".uploading.", L"uploading", L"\u00e9", L"\u4e2d", L"~", L"0", L"tmp", L"#"};
 
@@ -39,20 +37,14 @@ std::wstring Stem(fuzz::CaseReader& in) {
     return stem;
 }
 
+// Claim times around the 900-second stale limit, and suffixes that are no time.
 std::wstring ClaimSuffix(fuzz::CaseReader& in) {
     const long long now = static_cast<long long>(std::time(nullptr));
-    switch (in.Below(10)) {
-        case 0: return std::to_wstring(now - 1000);
-        case 1: return std::to_wstring(now - 900);
-        case 2: return std::to_wstring(now - 902);
-        case 3: return std::to_wstring(now);
-        case 4: return L"";
-        case 5: return L"abc";
-        case 6: return L"-5";
-        case 7: return L"99999999999999999999";
-        case 8: return L" 12";
-        default: return Soup(in, 2);
-    }
+    static constexpr const wchar_t* kOdd[] = {L"", L"abc", L"-5", L"99999999999999999999", L" 12"};
+    static constexpr long long kAges[] = {1000, 900, 902, 0};
+    const uint32_t choice = in.Below(10);
+    if (choice < 4) return std::to_wstring(now - kAges[choice]);
+    return choice < 9 ? std::wstring(kOdd[choice - 4]) : Soup(in, 2);
 }
 
 std::wstring FileName(fuzz::CaseReader& in) {
@@ -79,15 +71,9 @@ std::wstring FileName(fuzz::CaseReader& in) {
     }
 }
 
-std::vector<std::wstring> FilesIn(const QueueFolder& folder) {
-    std::vector<std::wstring> paths;
-    for (const auto& name : folder.Names()) paths.push_back(folder / name);
-    return paths;
-}
-
 bool FolderHoldsReport(const QueueFolder& folder, const std::string& tag) {
-    for (const auto& path : FilesIn(folder)) {
-        const std::string bytes = ReadFileBytes(path);
+    for (const auto& name : folder.Names()) {
+        const std::string bytes = ReadFileBytes(folder / name);
         if (quorvel::DecryptReport(std::vector<std::uint8_t>(bytes.begin(), bytes.end())).find(tag) != std::string::npos) {
             return true;
         }
@@ -95,81 +81,69 @@ bool FolderHoldsReport(const QueueFolder& folder, const std::string& tag) {
     return false;
 }
 
-void EmptyFolder(const QueueFolder& folder) {
-    for (const auto& path : FilesIn(folder)) DeleteFileW(path.c_str());
+// What a case leaves behind: the reports it queued or placed, each tagged.
+struct Reports {
+    std::vector<std::string> tags;
+    std::uint64_t counter = 0;
+    std::string Next() { return "fuzz-report-" + std::to_string(counter++); }
+};
+
+void PlaceFile(fuzz::CaseReader& in, const QueueFolder& folder, Reports& reports) {
+    const std::wstring path = folder / FileName(in);
+    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return;  // a valid report must not be overwritten
+    switch (in.Below(4)) {
+        case 0: WriteFileBytes(path, ""); break;
+        case 1: {
+            const std::string tag = reports.Next();
+            const std::vector<std::uint8_t> cipher = quorvel::EncryptReport(SampleBody(tag));
+            if (WriteFileBytes(path, std::string(cipher.begin(), cipher.end())) &&
+                GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
+                reports.tags.push_back(tag);
+            }
+            break;
+        }
+        default: WriteFileBytes(path, in.Bytes(in.Chance(128) ? 16 * in.Below(8) : in.Below(200)));
+    }
 }
 
-class ReportFolderCase {
-public:
-    ReportFolderCase(const QueueFolder& folder, MappedCollector& collector) : folder_(folder), collector_(collector) {}
-
-    void Run(std::string_view bytes) {
-        fuzz::CaseReader in(bytes);
-        static constexpr int kStatuses[] = {200, 200, 200, 500, 204};
-        const size_t firstRequest = collector_.ReceivedCount();
-        collector_.AnswerWith(in.Pick(kStatuses));
-        for (size_t n = in.Below(6); n > 0; --n) PlaceFile(in);
-        for (size_t n = in.Below(3); n > 0; --n) {
-            const std::string tag = NextTag();
-            if (!QueueReport(folder_, SampleBody(tag)).empty()) tags_.push_back(tag);
-        }
-        for (size_t n = 1 + in.Below(3); n > 0; --n) Act(in);
-
-        const std::vector<std::string> accepted = AcceptedEventNames(collector_, firstRequest);
-        for (const std::string& tag : tags_) {
-            const bool delivered = std::find(accepted.begin(), accepted.end(), tag) != accepted.end();
-            EXPECT_TRUE(delivered || FolderHoldsReport(folder_, tag)) << "report " << tag << " was lost";
-        }
-        EmptyFolder(folder_);
-        tags_.clear();
+void Act(fuzz::CaseReader& in, const QueueFolder& folder) {
+    const std::vector<std::wstring> names = folder.Names();
+    const std::wstring some = folder / (names.empty() ? L"absent.json" : names[in.Below(static_cast<uint32_t>(names.size()))]);
+    switch (in.Below(5)) {
+        case 0:
+        case 1: quorvel::UploadPendingReports(folder.path(), CollectorUrl(), in.Chance(224) ? "dev-1" : ""); break;
+        case 2: quorvel::RecoverStaleClaimedFiles(folder.path()); break;
+        case 3:
+            if (const auto claimed = quorvel::ClaimReportFile(some)) quorvel::RollbackClaimedFile(*claimed);
+            break;
+        default: quorvel::RollbackClaimedFile(some); break;
     }
-
-private:
-    std::string NextTag() { return "fuzz-report-" + std::to_string(counter_++); }
-
-    void PlaceFile(fuzz::CaseReader& in) {
-        const std::wstring path = folder_ / FileName(in);
-        if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return;  // a valid report must not be overwritten
-        switch (in.Below(4)) {
-            case 0: WriteFileBytes(path, ""); break;
-            case 1: {
-                const std::string tag = NextTag();
-                const std::vector<std::uint8_t> cipher = quorvel::EncryptReport(SampleBody(tag));
-                if (WriteFileBytes(path, std::string(cipher.begin(), cipher.end())) &&
-                    GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
-                    tags_.push_back(tag);
-                }
-                break;
-            }
-            default: WriteFileBytes(path, in.Bytes(in.Chance(128) ? 16 * in.Below(8) : in.Below(200)));
-        }
-    }
-
-    void Act(fuzz::CaseReader& in) {
-        const std::vector<std::wstring> files = FilesIn(folder_);
-        const std::wstring some = files.empty() ? folder_ / L"absent.json" : files[in.Below(static_cast<uint32_t>(files.size()))];
-        switch (in.Below(5)) {
-            case 0:
-            case 1: quorvel::UploadPendingReports(folder_.path(), CollectorUrl(), in.Chance(224) ? "dev-1" : ""); break;
-            case 2: quorvel::RecoverStaleClaimedFiles(folder_.path()); break;
-            case 3:
-                if (const auto claimed = quorvel::ClaimReportFile(some)) quorvel::RollbackClaimedFile(*claimed);
-                break;
-            default: quorvel::RollbackClaimedFile(some); break;
-        }
-    }
-
-    const QueueFolder& folder_;
-    MappedCollector& collector_;
-    std::vector<std::string> tags_;
-    std::uint64_t counter_ = 0;
-};
+}
 
 TEST(ReportFolderFuzz, NoQueuedReportIsLost) {
     QueueFolder folder;
     MappedCollector collector;
-    ReportFolderCase runner(folder, collector);
-    fuzz::RunCampaign(kSurface, [&](std::string_view bytes) { runner.Run(bytes); });
+    Reports reports;
+    fuzz::RunCampaign({"report_folder", 160, 200, 30000, 8}, [&](std::string_view bytes) {
+        fuzz::CaseReader in(bytes);
+        static constexpr int kStatuses[] = {200, 200, 200, 500, 204};
+        const size_t firstRequest = collector.ReceivedCount();
+        collector.AnswerWith(in.Pick(kStatuses));
+        for (size_t n = in.Below(6); n > 0; --n) PlaceFile(in, folder, reports);
+        for (size_t n = in.Below(3); n > 0; --n) {
+            const std::string tag = reports.Next();
+            if (!QueueReport(folder, SampleBody(tag)).empty()) reports.tags.push_back(tag);
+        }
+        for (size_t n = 1 + in.Below(3); n > 0; --n) Act(in, folder);
+
+        const std::vector<std::string> accepted = AcceptedEventNames(collector, firstRequest);
+        for (const std::string& tag : reports.tags) {
+            const bool delivered = std::find(accepted.begin(), accepted.end(), tag) != accepted.end();
+            EXPECT_TRUE(delivered || FolderHoldsReport(folder, tag)) << "report " << tag << " was lost";
+        }
+        for (const auto& name : folder.Names()) DeleteFileW((folder / name).c_str());
+        reports.tags.clear();
+    });
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ constexpr char kUsingCache[] = "[`anonymous-namespace'::KivAgentWrapper::KivAgen
 
 struct CheckRun {
     Json::Value start, result;
+    std::string startLevel, resultLevel;
     HostRun host;
 };
 
@@ -21,6 +22,8 @@ CheckRun RunInstallJob(JobHost& host, EnvironmentOverrides environment = {}) {
     run.host = host.Run(L"-type 1", environment);
     run.start = ReportMessage(collector, kCheckEvent, "start");
     run.result = ReportMessage(collector, kCheckEvent, "result");
+    run.startLevel = ReportLevel(collector, kCheckEvent, "start");
+    run.resultLevel = ReportLevel(collector, kCheckEvent, "result");
     return run;
 }
 
@@ -86,16 +89,12 @@ TEST(ExperimentCheck, OnlyTheExactValueOneSwitchesTheInstallOn) {
 // configuration that takes a while to read puts time between them.
 TEST(ExperimentCheck, StartIsReportedBeforeTheResultBothAsInformation) {
     ExperimentConfig config({"0", std::nullopt, std::nullopt}, 20000);
-    EmptyReportFolder();
-    MappedCollector collector;
     JobHost host({false, nullptr});
-    host.Run(L"-type 1");
-    const Json::Value start = ReportMessage(collector, kCheckEvent, "start");
-    const Json::Value result = ReportMessage(collector, kCheckEvent, "result");
-    ASSERT_TRUE(start.isObject() && result.isObject());
-    EXPECT_LT(start["timestamp"].asInt64(), result["timestamp"].asInt64());
-    EXPECT_EQ("info", ReportLevel(collector, kCheckEvent, "start"));
-    EXPECT_EQ("info", ReportLevel(collector, kCheckEvent, "result"));
+    const CheckRun run = RunInstallJob(host);
+    ASSERT_TRUE(run.start.isObject() && run.result.isObject());
+    EXPECT_LT(run.start["timestamp"].asInt64(), run.result["timestamp"].asInt64());
+    EXPECT_EQ("info", run.startLevel);
+    EXPECT_EQ("info", run.resultLevel);
 }
 
 }  // namespace

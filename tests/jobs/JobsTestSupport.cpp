@@ -34,17 +34,12 @@ void AddEntry(Json::Value& config, const char* key, std::initializer_list<std::p
     config[key]["value"] = CompactJson(inner);
 }
 
-
-const LoopbackCollector::ReceivedReport* FindReport(const LoopbackCollector& collector,
-                                                    std::vector<LoopbackCollector::ReceivedReport>& accepted,
-                                                    const std::string& eventName, const std::string& subEventName) {
-    accepted = collector.Accepted();
-    for (const auto& report : accepted) {
-        if (report.message["event_name"] == eventName && report.message["sub_event_name"] == subEventName) {
-            return &report;
-        }
+std::optional<LoopbackCollector::ReceivedReport> FindReport(const LoopbackCollector& collector,
+                                                            const std::string& eventName, const std::string& subEventName) {
+    for (const auto& report : collector.Accepted()) {
+        if (report.message["event_name"] == eventName && report.message["sub_event_name"] == subEventName) return report;
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 }  // namespace
@@ -103,17 +98,14 @@ std::vector<std::string> JobHost::LaunchedUris() const {
 
 Json::Value ReportMessage(const LoopbackCollector& collector, const std::string& eventName,
                           const std::string& subEventName) {
-    std::vector<LoopbackCollector::ReceivedReport> accepted;
-    const auto* report = FindReport(collector, accepted, eventName, subEventName);
+    const auto report = FindReport(collector, eventName, subEventName);
     return report ? report->message : Json::Value();
 }
 
 std::string ReportLevel(const LoopbackCollector& collector, const std::string& eventName,
                         const std::string& subEventName) {
-    std::vector<LoopbackCollector::ReceivedReport> accepted;
-    const auto* report = FindReport(collector, accepted, eventName, subEventName);
-    if (!report) return {};
-    return ParseJson(ParseJson(report->body)["d2"][0]["fields"].asString())["level"].asString();
+    const auto report = FindReport(collector, eventName, subEventName);
+    return report ? ParseJson(ParseJson(report->body)["d2"][0]["fields"].asString())["level"].asString() : "";
 }
 
 size_t CountLines(const std::vector<HostLogLine>& log, int level, const std::string& message) {

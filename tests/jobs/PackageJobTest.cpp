@@ -12,6 +12,7 @@
 #include "JobsTestSupport.h"
 #include "PackageIdentityUtils.h"
 #include "PackageJobs.h"
+#include "RegistryValueOverride.h"
 #include "RuntimeError.h"
 #include "TestMain.h"
 
@@ -33,17 +34,21 @@ protected:
     MappedCollector collector_;
 };
 
-void ExpectInstallReport(const LoopbackCollector& collector, const std::string& kind, HRESULT hr,
-                         const std::string& functionName, const std::string& oldVersion,
-                         const std::string& newVersion, const std::string& level) {
-    const Json::Value report = ReportMessage(collector, "msix_install", kind);
-    ASSERT_TRUE(report.isObject()) << "no msix_install/" << kind << " report";
-    EXPECT_EQ(static_cast<int>(hr), report["error_code"].asInt());
-    EXPECT_EQ(functionName, report["function_name"].asString());
+struct ExpectedReport {
+    HRESULT code;
+    std::string function, oldVersion, newVersion, level;
+};
+
+void ExpectReport(const LoopbackCollector& collector, const std::string& event, const std::string& kind,
+                  const ExpectedReport& expected) {
+    const Json::Value report = ReportMessage(collector, event, kind);
+    ASSERT_TRUE(report.isObject()) << "no " << event << "/" << kind << " report";
+    EXPECT_EQ(static_cast<int>(expected.code), report["error_code"].asInt());
+    EXPECT_EQ(expected.function, report["function_name"].asString());
     EXPECT_EQ("", report["error_message"].asString());
-    EXPECT_EQ(oldVersion, report["old_version"].asString());
-    EXPECT_EQ(newVersion, report["new_version"].asString());
-    EXPECT_EQ(level, ReportLevel(collector, "msix_install", kind));
+    EXPECT_EQ(expected.oldVersion, report["old_version"].asString());
+    EXPECT_EQ(expected.newVersion, report["new_version"].asString());
+    EXPECT_EQ(expected.level, ReportLevel(collector, event, kind));
 }
 
 // What the package gets back from Uri.UnescapeComponent.
@@ -69,7 +74,7 @@ TEST_F(PackageJobs, FreshInstallReportsAndRegistersWithTheInstallDirectory) {
     EXPECT_TRUE(EndsWithFlushLines(run.log));
     ASSERT_EQ(3u, collector_.Accepted().size()) << ::testing::PrintToString(AcceptedEventNames(collector_));
     EXPECT_EQ(1, ReportMessage(collector_, "msix_install_kiv_check", "result")["install_toggle"].asInt());
-    ExpectInstallReport(collector_, "fresh", S_OK, "", "", "2.0.0.0", "info");
+    ExpectReport(collector_, "msix_install", "fresh", {S_OK, "", "", "2.0.0.0", "info"});
     const std::string installDir = "C%3A%5CProgram%20Files%5C%C3%96rvale";
     EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) + "&install_dir=" + installDir}, host.LaunchedUris());
     // The package reads it back in the user's code page, not as the UTF-8 it was escaped in (README,
@@ -85,27 +90,22 @@ TEST_F(PackageJobs, UpgradeReportsBothVersionsAndARefusedRegistrationIsNonFatal)
     JobHost host;
     sim_control::register_package(NotificationPackageVersion(1));
     const HostRun run = host.Run(L"-type 1", {{L"SIMRUNTIME_LAUNCH_RESULT", L"false"}});
-    ExpectInstallReport(collector_, "upgrade", S_OK, "", "1.0.0.0", "2.0.0.0", "info");
+    ExpectReport(collector_, "msix_install", "upgrade", {S_OK, "", "1.0.0.0", "2.0.0.0", "info"});
     EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("RegisterBackgroundTask failed (non-fatal)")));
 }
 
 TEST_F(PackageJobs, FailedInstallReportsItsKindAndRegistersNothing) {
     ExperimentConfig config({"1", "1", std::nullopt});
-    const HRESULT fileNotFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
-    {
+    for (const bool upgrade : {false, true}) {
         JobHost host({false, nullptr});
+        if (upgrade) sim_control::register_package(NotificationPackageVersion(1));
         const HostRun run = host.Run(L"-type 1");
-        ExpectInstallReport(collector_, "fresh", fileNotFound, "InstallNotificationPackage", "", "", "error");
+        ExpectReport(collector_, "msix_install", upgrade ? "upgrade" : "fresh",
+                     {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "InstallNotificationPackage", upgrade ? "1.0.0.0" : "", "",
+                      "error"});
         EXPECT_EQ(1u, CountLines(run.log, 2, EntryLine("InstallNotificationPackage failed, hr=0x80070002")));
         EXPECT_TRUE(host.LaunchedUris().empty());
         EXPECT_TRUE(LinesContaining(run.log, "RegisterBackgroundTask:").empty());
-    }
-    {
-        JobHost host({false, nullptr});
-        sim_control::register_package(NotificationPackageVersion(1));
-        host.Run(L"-type 1");
-        ExpectInstallReport(collector_, "upgrade", fileNotFound, "InstallNotificationPackage", "1.0.0.0", "", "error");
-        EXPECT_TRUE(host.LaunchedUris().empty());
     }
 }
 
@@ -123,20 +123,13 @@ TEST_F(PackageJobs, UninstallReportsTheVersionItRemoved) {
     const HostRun removed = host.Run(L"-type 2");
     EXPECT_NE(nullptr, FindMessage(removed.log, EntryLine("Orvale_LoadModule_WinMain: type=2, timeoutMs=10000")));
     EXPECT_EQ(1u, CountLines(removed.log, 1, EntryLine("UWP notification package uninstalled")));
-    Json::Value report = ReportMessage(collector_, "msix_uninstall", "");
-    EXPECT_EQ("3.0.0.0", report["old_version"].asString());
-    EXPECT_EQ(0, report["error_code"].asInt());
-    EXPECT_EQ("", report["function_name"].asString());
-    EXPECT_EQ("", report["new_version"].asString());
-    EXPECT_EQ("info", ReportLevel(collector_, "msix_uninstall", ""));
+    ExpectReport(collector_, "msix_uninstall", "", {S_OK, "", "3.0.0.0", "", "info"});
 
     // Nothing left to remove: still a success, with no old version.
     EmptyReportFolder();
     MappedCollector second;
     host.Run(L"-type 2 -timeout 500");
-    report = ReportMessage(second, "msix_uninstall", "");
-    EXPECT_EQ("", report["old_version"].asString());
-    EXPECT_EQ(0, report["error_code"].asInt());
+    ExpectReport(second, "msix_uninstall", "", {S_OK, "", "", "", "info"});
 
     // The switch reaches the removal itself.
     sim_control::register_package(NotificationPackageVersion(3));
@@ -153,12 +146,8 @@ TEST_F(PackageJobs, FailedUninstallReportsTheFunction) {
     const HostLogCursor log(TestLogPath());
     RunUninstallJob();
     EXPECT_EQ(1u, CountLines(log.NewLines(), 2, EntryLine("UninstallNotificationPackage failed, hr=0x80070005")));
-    const Json::Value report = ReportMessage(collector_, "msix_uninstall", "");
-    EXPECT_EQ(static_cast<int>(E_ACCESSDENIED), report["error_code"].asInt());
-    EXPECT_EQ("UninstallNotificationPackage", report["function_name"].asString());
-    EXPECT_EQ("4.0.0.0", report["old_version"].asString());
-    EXPECT_EQ("", report["new_version"].asString());
-    EXPECT_EQ("error", ReportLevel(collector_, "msix_uninstall", ""));
+    ExpectReport(collector_, "msix_uninstall", "",
+                 {E_ACCESSDENIED, "UninstallNotificationPackage", "4.0.0.0", "", "error"});
 }
 
 TEST_F(PackageJobs, MaintenanceEnsuresThePackageAndAlwaysCompletes) {
@@ -211,30 +200,9 @@ TEST_F(PackageJobs, EachTypeReachesItsOwnJob) {
     }
 }
 
-// Wine reports the version stored under CurrentVersion; the values come back afterwards.
-class EmulatedBuild {
-public:
-    explicit EmulatedBuild(const std::wstring& build) : saved_(Read()) { Write(build); }
-    ~EmulatedBuild() { Write(saved_); }
-
-private:
-    static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
-    static std::wstring Read() {
-        wchar_t value[64] = {};
-        DWORD bytes = sizeof(value);
-        RegGetValueW(HKEY_LOCAL_MACHINE, kKey, L"CurrentBuildNumber", RRF_RT_REG_SZ, nullptr, value, &bytes);
-        return value;
-    }
-    static void Write(const std::wstring& build) {
-        RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, L"CurrentBuildNumber", REG_SZ, build.c_str(),
-                        static_cast<DWORD>((build.size() + 1) * sizeof(wchar_t)));
-    }
-    std::wstring saved_;
-};
-
 // The OS check comes before every job's own work; the install's experiment check comes before it.
 TEST_F(PackageJobs, OldWindowsStopsEveryJobAtTheOsCheck) {
-    const EmulatedBuild build(L"18363");
+    const EmulatedWindowsVersion windows(L"10.0", L"18363");
     struct Case {
         const wchar_t* arguments;
         const char* installSwitch;

@@ -18,12 +18,17 @@
 
 namespace {
 
+// The export of the module loaded by name; null when the module or the name is missing.
+template <class Function>
+Function LoadedExport(HMODULE& module, const char* name) {
+    module = LoadLibraryW(L"NotificationAPI.dll");
+    return module ? reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name))) : nullptr;
+}
+
 TEST(LoadedModuleTest, TheVersionQueryIsExportedByItsPlainName) {
     sim_control::reset();
-    const HMODULE module = LoadLibraryW(L"NotificationAPI.dll");
-    ASSERT_NE(nullptr, module);
-    const auto query = reinterpret_cast<GetInstalledNotificationPackageVersionFn>(
-        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_PACKAGE_VERSION_EXPORT)));
+    HMODULE module = nullptr;
+    const auto query = LoadedExport<GetInstalledNotificationPackageVersionFn>(module, NOTIFICATIONAPI_PACKAGE_VERSION_EXPORT);
     ASSERT_NE(nullptr, query);
 
     wchar_t buffer[32] = {L'x', L'\0'};
@@ -41,10 +46,8 @@ TEST(LoadedModuleTest, TheVersionQueryIsExportedByItsPlainName) {
 // handlers after the client let the module go.
 TEST(LoadedModuleTest, StaysLoadedOnceItHandedTheNotificationCentreAHandler) {
     sim_control::reset();
-    const HMODULE module = LoadLibraryW(L"NotificationAPI.dll");
-    ASSERT_NE(nullptr, module);
-    const auto pushBox = reinterpret_cast<NotificationSetToPushBoxFn>(
-        reinterpret_cast<void*>(GetProcAddress(module, NOTIFICATIONAPI_PUSH_BOX_EXPORT)));
+    HMODULE module = nullptr;
+    const auto pushBox = LoadedExport<NotificationSetToPushBoxFn>(module, NOTIFICATIONAPI_PUSH_BOX_EXPORT);
     ASSERT_NE(nullptr, pushBox);
     ASSERT_TRUE(pushBox(L"Title", L"Body", nullptr, L"orvale://open"));
     FreeLibrary(module);

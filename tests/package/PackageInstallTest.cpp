@@ -22,6 +22,11 @@ std::wstring ExpectedPackageUri() {
     return PackageFileUri(GetNotificationApiDllDirectory() + L"\\Orvale.Notification.msix");
 }
 
+std::string InstallingLine(int timeoutMs) {
+    return std::string(kDoInstallTag) + "installing msixUri=" + WideToUtf8Text(ExpectedPackageUri()) +
+           ", timeoutMs=" + std::to_string(timeoutMs);
+}
+
 class InstallTest : public PackageTest {
 protected:
     InstallTest() { sim_control::set_package_in_file(NotificationPackage(L"from_file", 3, 0, 0, 0)); }
@@ -46,8 +51,7 @@ TEST_F(InstallTest, ForcesTheUpdateFromTheFileBesideTheModule) {
     EXPECT_EQ(std::vector<std::wstring>{std::wstring(kAddCall) + L"(" + ExpectedPackageUri() + L")"},
               CallsStartingWith(kAddCall));
     EXPECT_TRUE(Logged(1, "[InstallNotificationPackage]InstallNotificationPackage: force install, timeoutMs=5000"));
-    EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installing msixUri=" + WideToUtf8Text(ExpectedPackageUri()) +
-                              ", timeoutMs=5000"));
+    EXPECT_TRUE(Logged(1, InstallingLine(5000)));
     EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installed/updated successfully"));
     EXPECT_EQ((std::vector<std::wstring>{L"OrvaleTask.exe", L"OrvaleBroker.exe"}), sim_control::shut_down_processes());
     EXPECT_EQ(std::vector<std::wstring>{L"from_file"}, sim_control::registered_without_identity());
@@ -81,8 +85,7 @@ TEST_F(InstallTest, WaitsTheWholeTimeOutItWasGiven) {
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(S_OK, InstallNotificationPackage(60000));
     EXPECT_GE(GetTickCount64() - start, 30000u);
-    EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installing msixUri=" + WideToUtf8Text(ExpectedPackageUri()) +
-                              ", timeoutMs=60000"));
+    EXPECT_TRUE(Logged(1, InstallingLine(60000)));
 }
 
 // Cancel is a request: the platform may end the operation at once or later.
@@ -151,8 +154,7 @@ TEST_F(EnsureTest, InstallsWithTenSecondsWhenNothingIsRegistered) {
                           "package not installed"));
     EXPECT_TRUE(Logged(1, "[EnsureNotificationPackageInstalled]EnsureNotificationPackageInstalled: not installed, "
                           "installing, timeoutMs=10000"));
-    EXPECT_TRUE(Logged(1, std::string(kDoInstallTag) + "installing msixUri=" + WideToUtf8Text(ExpectedPackageUri()) +
-                              ", timeoutMs=10000"));
+    EXPECT_TRUE(Logged(1, InstallingLine(10000)));
 
     sim_control::reset();
     sim_control::queue_unregistered_deployment(static_cast<HRESULT>(0x80073CF3), L"conflicting package");

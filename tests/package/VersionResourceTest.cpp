@@ -11,62 +11,41 @@
 
 namespace {
 
-struct VersionResource {
-    std::vector<BYTE> block;
-
-    explicit VersionResource(const std::wstring& path) {
-        DWORD ignored = 0;
-        const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
-        if (size == 0) return;
-        block.resize(size);
-        if (!GetFileVersionInfoW(path.c_str(), 0, size, block.data())) block.clear();
-    }
-
-    // "a.b.c.d" from the fixed part; empty without one.
-    std::wstring FixedVersion(bool product) {
-        VS_FIXEDFILEINFO* info = nullptr;
-        UINT length = 0;
-        if (block.empty() || !VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&info), &length) ||
-            length < sizeof(VS_FIXEDFILEINFO)) {
-            return {};
-        }
-        const DWORD ms = product ? info->dwProductVersionMS : info->dwFileVersionMS;
-        const DWORD ls = product ? info->dwProductVersionLS : info->dwFileVersionLS;
-        return std::to_wstring(HIWORD(ms)) + L"." + std::to_wstring(LOWORD(ms)) + L"." + std::to_wstring(HIWORD(ls)) +
-               L"." + std::to_wstring(LOWORD(ls));
-    }
-
-    // A value of the U.S. English, Unicode string table; empty when missing.
-    std::wstring Text(const wchar_t* name) {
-        const std::wstring key = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
-        wchar_t* value = nullptr;
-        UINT length = 0;
-        if (block.empty() || !VerQueryValueW(block.data(), key.c_str(), reinterpret_cast<void**>(&value), &length) ||
-            length == 0) {
-            return {};
-        }
-        return value;
-    }
-};
-
-void ExpectVersionResource(const wchar_t* fileName) {
-    SCOPED_TRACE(fileName);
-    VersionResource resource(BinaryFolder() + L"\\" + fileName);
-    ASSERT_FALSE(resource.block.empty()) << "no version resource";
-    EXPECT_EQ(ORVALE_PROJECT_VERSION, resource.FixedVersion(false));
-    EXPECT_EQ(ORVALE_PROJECT_VERSION, resource.FixedVersion(true));
-    EXPECT_EQ(ORVALE_PROJECT_VERSION, resource.Text(L"FileVersion"));
-    EXPECT_EQ(ORVALE_PROJECT_VERSION, resource.Text(L"ProductVersion"));
-    EXPECT_EQ(L"Malvorn", resource.Text(L"CompanyName"));
-    EXPECT_EQ(L"Orvale", resource.Text(L"ProductName"));
-    EXPECT_EQ(fileName, resource.Text(L"OriginalFilename"));
-    EXPECT_FALSE(resource.Text(L"FileDescription").empty());
+std::wstring Dotted(DWORD ms, DWORD ls) {
+    return std::to_wstring(HIWORD(ms)) + L"." + std::to_wstring(LOWORD(ms)) + L"." + std::to_wstring(HIWORD(ls)) +
+           L"." + std::to_wstring(LOWORD(ls));
 }
 
 TEST(VersionResourceTest, ModuleAndToolsCarryTheProjectVersion) {
-    ExpectVersionResource(L"NotificationAPI.dll");
-    ExpectVersionResource(L"DiagnoseNotifications.exe");
-    ExpectVersionResource(L"ReportQueueViewer.exe");
+    for (const wchar_t* fileName : {L"NotificationAPI.dll", L"DiagnoseNotifications.exe", L"ReportQueueViewer.exe"}) {
+        SCOPED_TRACE(fileName);
+        const std::wstring path = BinaryFolder() + L"\\" + fileName;
+        DWORD ignored = 0;
+        std::vector<BYTE> block(GetFileVersionInfoSizeW(path.c_str(), &ignored));
+        ASSERT_TRUE(!block.empty() && GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(block.size()), block.data()))
+            << "no version resource";
+        // The value under `key`; null when missing or empty.
+        const auto value = [&](const std::wstring& key) -> void* {
+            void* found = nullptr;
+            UINT length = 0;
+            return VerQueryValueW(block.data(), key.c_str(), &found, &length) && length > 0 ? found : nullptr;
+        };
+        // A value of the U.S. English, Unicode string table; empty when missing.
+        const auto text = [&](const wchar_t* name) {
+            const void* found = value(std::wstring(L"\\StringFileInfo\\040904B0\\") + name);
+            return found ? std::wstring(static_cast<const wchar_t*>(found)) : std::wstring();
+        };
+        const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(value(L"\\"));
+        ASSERT_NE(fixed, nullptr);
+        EXPECT_EQ(ORVALE_PROJECT_VERSION, Dotted(fixed->dwFileVersionMS, fixed->dwFileVersionLS));
+        EXPECT_EQ(ORVALE_PROJECT_VERSION, Dotted(fixed->dwProductVersionMS, fixed->dwProductVersionLS));
+        EXPECT_EQ(ORVALE_PROJECT_VERSION, text(L"FileVersion"));
+        EXPECT_EQ(ORVALE_PROJECT_VERSION, text(L"ProductVersion"));
+        EXPECT_EQ(L"Malvorn", text(L"CompanyName"));
+        EXPECT_EQ(L"Orvale", text(L"ProductName"));
+        EXPECT_EQ(fileName, text(L"OriginalFilename"));
+        EXPECT_FALSE(text(L"FileDescription").empty());
+    }
 }
 
 }  // namespace

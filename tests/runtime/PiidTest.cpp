@@ -24,17 +24,14 @@ struct listed_instance {
     const char* listed;
 };
 
-void expect_listed(std::initializer_list<listed_instance> instances) {
-    for (const auto& instance : instances) {
-        EXPECT_EQ(instance.listed, std::string(rt::guid_text(instance.computed).view())) << instance.name;
-    }
-}
-
 }  // namespace
 
 TEST(RuntimePiid, InstancesTheModuleDeclares) {
+    // HttpProgress holds parameterized instances inside the instance it parameterizes.
+    static_assert(sizeof(rt::HttpProgress) == 48 && offsetof(rt::HttpProgress, BytesReceived) == 24 &&
+                  offsetof(rt::HttpProgress, Retries) == 40);
     using StringObjectPair = rt::IKeyValuePair<HSTRING, IInspectable>;
-    expect_listed({
+    const listed_instance instances[] = {
         {"IAsyncOperation<Boolean>", rt::IAsyncOperation<bool>::iid, "cdb5efb3-5788-509d-9be1-71ccb8a3362a"},
         {"AsyncOperationCompletedHandler<Boolean>", rt::AsyncOperationCompletedHandler<bool>::iid,
          "c1d3d1a2-ae17-5a5f-b5a2-bdcc8844889a"},
@@ -74,11 +71,6 @@ TEST(RuntimePiid, InstancesTheModuleDeclares) {
          "e7539992-2220-5d2d-82c4-3d44f8750d91"},
         {"AsyncOperationCompletedHandler<LaunchQuerySupportStatus>",
          rt::LaunchQuerySupportOperation::completed_handler::iid, "198cac52-abcd-5529-933f-071cc93fd635"},
-    });
-}
-
-TEST(RuntimePiid, StorageInstancesFromTheDeclaredTypes) {
-    expect_listed({
         {"IAsyncOperation<StorageFolder>", rt::IAsyncOperation<rt::StorageFolder>::iid,
          "6be9e7d7-e83a-5cbc-802c-1768960b52c3"},
         {"AsyncOperationCompletedHandler<StorageFolder>", rt::AsyncOperationCompletedHandler<rt::StorageFolder>::iid,
@@ -89,14 +81,6 @@ TEST(RuntimePiid, StorageInstancesFromTheDeclaredTypes) {
         {"IAsyncOperation<IBuffer>", rt::IAsyncOperation<rt::IBuffer>::iid, "3bee8834-b9a7-5a80-a746-5ef097227878"},
         {"AsyncOperationCompletedHandler<IBuffer>", rt::AsyncOperationCompletedHandler<rt::IBuffer>::iid,
          "51c3d2fd-b8a1-5620-b746-7ee6d533aca3"},
-    });
-}
-
-// A struct holding parameterized instances, inside the instance it parameterizes.
-TEST(RuntimePiid, WebHttpInstancesFromTheDeclaredTypes) {
-    static_assert(sizeof(rt::HttpProgress) == 48 && offsetof(rt::HttpProgress, BytesReceived) == 24 &&
-                  offsetof(rt::HttpProgress, Retries) == 40);
-    expect_listed({
         {"IAsyncOperationWithProgress<HttpResponseMessage, HttpProgress>", rt::HttpResponseOperation::iid,
          "5d144364-77d7-5eca-8b09-936a69446652"},
         {"AsyncOperationWithProgressCompletedHandler<HttpResponseMessage, HttpProgress>",
@@ -109,5 +93,8 @@ TEST(RuntimePiid, WebHttpInstancesFromTheDeclaredTypes) {
          "bd75eebe-e7b5-5af6-8415-a4b9c9045202"},
         {"AsyncOperationProgressHandler<String, UInt64>", rt::HttpStringOperation::progress_handler::iid,
          "14da7de7-40df-5d4c-823f-cf310625ad39"},
-    });
+    };
+    for (const auto& instance : instances) {
+        EXPECT_EQ(instance.listed, std::string(rt::guid_text(instance.computed).view())) << instance.name;
+    }
 }

@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "Eventually.h"
 #include "HostLogFile.h"
 #include "QuorvelReportCrypto.h"
 #include "ReportTestSupport.h"
@@ -33,7 +34,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 constexpr unsigned kLateAnswerMs = 11000;  // past the module's 10-second POST time-out
 
 long long Setting(const wchar_t* name, long long fallback) {
@@ -50,75 +50,60 @@ struct SoakSettings {
     unsigned long long seed = static_cast<unsigned long long>(Setting(L"ORVALE_SOAK_SEED", 1));
 };
 
-// One worker process; its variables are those of the driver at the start.
-class Worker {
-public:
-    Worker(const std::wstring& folder, const std::wstring& logs, int number, long long first, long long count,
-           unsigned seed)
-        : record_(logs + L"\\worker-" + std::to_wstring(number) + L".record"),
-          log_(logs + L"\\worker-" + std::to_wstring(number) + L".log"),
-          first_(first),
-          count_(count) {
-        // Without its trailing backslash, which would escape the closing quote.
-        const std::wstring folderArgument = folder.substr(0, folder.find_last_not_of(L'\\') + 1);
-        const std::wstring line = L"\"" + BinaryFolder() + L"\\ReportSoakWorker.exe\" \"" + folderArgument + L"\" \"" +
-                                  record_ + L"\" " + std::to_wstring(first) + L" " + std::to_wstring(count) + L" " +
-                                  std::to_wstring(seed);
-        process_.reset(StartProcess(line, {{L"ORVALE_STANDALONE_LOG", log_}}));
-        pid_ = process_.valid() ? GetProcessId(process_.get()) : 0;
-    }
-
-    bool started() const { return process_.valid(); }
-    bool Running() const { return WaitForSingleObject(process_.get(), 0) == WAIT_TIMEOUT; }
-    DWORD ExitCode() const {
-        DWORD code = 0;
-        GetExitCodeProcess(process_.get(), &code);
-        return code;
-    }
-    void Kill() {
-        TerminateProcess(process_.get(), 9);
-        WaitForSingleObject(process_.get(), INFINITE);
-        killed_ = true;
-    }
-    bool killed() const { return killed_; }
-    DWORD pid() const { return pid_; }
-    long long end() const { return first_ + count_; }
-    const std::wstring& record() const { return record_; }
-    const std::wstring& log() const { return log_; }
-
-    // The first id this worker did not start saving.
-    long long ResumeId() const {
-        long long next = first_;
-        std::istringstream lines(ReadFileBytes(record_));
-        std::string word;
-        long long id = 0;
-        while (lines >> word >> id) {
-            if (word == "saving") next = id + 1;
-            if (word == "saved") lines >> word;  // the stem
-        }
-        return next;
-    }
-
-private:
-    std::wstring record_;
-    std::wstring log_;
-    long long first_;
-    long long count_;
-    UniqueHandle process_;
-    DWORD pid_ = 0;
-    bool killed_ = false;
+// What a worker's record says: the ids whose save it began, and the stem of
+// each it finished.
+struct Record {
+    std::set<long long> begun;
+    std::map<std::string, long long> idOfStem;
 };
 
-std::vector<std::wstring> Files(const QueueFolder& folder) { return folder.Names(); }
+Record ReadRecord(const std::wstring& path) {
+    Record record;
+    std::istringstream lines(ReadFileBytes(path));
+    std::string word, stem;
+    long long id = 0;
+    while (lines >> word >> id) {
+        if (word == "saving") record.begun.insert(id);
+        if (word == "saved" && lines >> stem) record.idOfStem[stem] = id;
+    }
+    return record;
+}
 
-bool IsClaimed(const std::wstring& name) { return name.find(L".uploading.") != std::wstring::npos; }
+// One worker process; its variables are those of the driver at the start.
+struct Worker {
+    Worker(const std::wstring& folder, const std::wstring& logs, int number, long long first, long long count,
+           unsigned seed)
+        : record(logs + L"\\worker-" + std::to_wstring(number) + L".record"),
+          log(logs + L"\\worker-" + std::to_wstring(number) + L".log"),
+          first(first),
+          count(count) {
+        // Without its trailing backslash, which would escape the closing quote.
+        const std::wstring folderArgument = folder.substr(0, folder.find_last_not_of(L'\\') + 1);
+        process.reset(StartProcess(L"\"" + BinaryFolder() + L"\\ReportSoakWorker.exe\" \"" + folderArgument + L"\" \"" +
+                                       record + L"\" " + std::to_wstring(first) + L" " + std::to_wstring(count) + L" " +
+                                       std::to_wstring(seed),
+                                   {{L"ORVALE_STANDALONE_LOG", log}}));
+    }
+    bool Running() const { return WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT; }
+    DWORD ExitCode() const {
+        DWORD code = 0;
+        GetExitCodeProcess(process.get(), &code);
+        return code;
+    }
+
+    std::wstring record;
+    std::wstring log;
+    long long first;
+    long long count;
+    UniqueHandle process;
+    bool killed = false;
+};
 
 // A claim left by a dead process is aged past the stale limit by renaming it
 // with a claim time 1000 s in the past, as if the process had died long ago.
-int AgeClaims(const QueueFolder& folder, const std::wstring& pidOrAny) {
-    int aged = 0;
+void AgeClaims(const QueueFolder& folder, const std::wstring& pidOrAny) {
     const long long past = static_cast<long long>(std::time(nullptr)) - 1000;
-    for (const auto& name : Files(folder)) {
+    for (const auto& name : folder.Names()) {
         const size_t marker = name.find(L".uploading.");
         if (marker == std::wstring::npos) continue;
         const size_t pidStart = marker + 11;
@@ -126,50 +111,22 @@ int AgeClaims(const QueueFolder& folder, const std::wstring& pidOrAny) {
         if (dot == std::wstring::npos) continue;
         if (!pidOrAny.empty() && name.substr(pidStart, dot - pidStart) != pidOrAny) continue;
         const std::wstring aged_name = name.substr(0, dot + 1) + std::to_wstring(past);
-        if (MoveFileExW((folder / name).c_str(), (folder / aged_name).c_str(), 0)) ++aged;
+        MoveFileExW((folder / name).c_str(), (folder / aged_name).c_str(), 0);
     }
-    return aged;
 }
 
-long long IdOf(const std::string& eventName) {
-    return eventName.rfind("soak-", 0) == 0 ? std::stoll(eventName.substr(5)) : -1;
-}
-
-long long IdInBody(const std::string& plain) {
+// The id of report "soak-<id>" in an event name or a report's text; -1 without one.
+long long IdIn(const std::string& plain) {
     const size_t at = plain.find("soak-");
     if (at == std::string::npos) return -1;
     return std::atoll(plain.c_str() + at + 5);
-}
-
-// What the records say: stem of every saved id, and ids whose save was begun.
-struct Records {
-    std::map<std::string, long long> idOfStem;
-    std::set<long long> saved;
-    std::set<long long> begun;
-};
-
-Records ReadRecords(const std::vector<std::unique_ptr<Worker>>& workers) {
-    Records records;
-    for (const auto& worker : workers) {
-        std::istringstream lines(ReadFileBytes(worker->record()));
-        std::string word, stem;
-        long long id = 0;
-        while (lines >> word >> id) {
-            if (word == "saving") records.begun.insert(id);
-            if (word == "saved" && lines >> stem) {
-                records.saved.insert(id);
-                records.idOfStem[stem] = id;
-            }
-        }
-    }
-    return records;
 }
 
 // The upload a killed worker had started and not finished: its last
 // "POST start" without an "upload OK" for the same trace afterwards.
 std::string UploadInFlight(const Worker& worker) {
     std::string trace;
-    for (const auto& line : ReadHostLog(worker.log())) {
+    for (const auto& line : ReadHostLog(worker.log)) {
         if (line.message.rfind("[Quorvel] POST start: ", 0) == 0) trace = line.message.substr(22);
         if (!trace.empty() && line.message.rfind("[Quorvel] upload OK, deleted: ", 0) == 0 &&
             line.message.find("trace=" + trace) != std::string::npos) {
@@ -202,128 +159,125 @@ void PlanChaos(LoopbackCollector& collector, const SoakSettings& settings, std::
     }
 }
 
-void WaitForLateAnswers(const LoopbackCollector& collector) {
-    const auto until = Clock::now() + std::chrono::milliseconds(kLateAnswerMs + 3000);
-    while (Clock::now() < until) {
-        bool pending = false;
-        for (const auto& report : collector.Received()) {
-            pending = pending || (report.answer.kind == LoopbackCollector::Answer::Kind::Late && !report.answered);
-        }
-        if (!pending) return;
-        Sleep(200);
-    }
-}
-
 TEST(ReportSoak, EveryReportIsDeliveredAndEveryDuplicateExplained) {
     const SoakSettings settings;
+    const long long reports = settings.processes * settings.reports;
     std::mt19937_64 random(settings.seed);
     QueueFolder folder;
     TempFolder logs;
-    int workersStarted = 0;
     int kills = 0;
 
     auto chaos = std::make_unique<MappedCollector>();
     PlanChaos(*chaos, settings, random);
     std::vector<std::unique_ptr<Worker>> workers;
     auto start = [&](long long first, long long count) {
-        workers.push_back(std::make_unique<Worker>(folder.path(), logs.path(), workersStarted++, first, count,
-                                                   static_cast<unsigned>(random())));
-        ASSERT_TRUE(workers.back()->started());
+        workers.push_back(std::make_unique<Worker>(folder.path(), logs.path(), static_cast<int>(workers.size()), first,
+                                                   count, static_cast<unsigned>(random())));
+        return workers.back()->process.valid();
     };
-    for (long long p = 0; p < settings.processes; ++p) start(p * settings.reports, settings.reports);
+    for (long long p = 0; p < settings.processes; ++p) ASSERT_TRUE(start(p * settings.reports, settings.reports));
 
     // Kills come at random moments: after a random number of POSTs reached the
     // collector, plus a random pause. A killed worker's remaining reports go to
     // a replacement, and its claims are aged so that live workers recover them.
     std::vector<size_t> killAfterPosts;
-    for (long long k = 0; k < settings.kills; ++k) {
-        killAfterPosts.push_back(1 + random() % static_cast<unsigned long long>(settings.processes * settings.reports * 9 / 10));
-    }
+    for (long long k = 0; k < settings.kills; ++k)
+        killAfterPosts.push_back(1 + random() % static_cast<unsigned long long>(reports * 9 / 10));
     std::sort(killAfterPosts.begin(), killAfterPosts.end());
-    while (true) {
-        std::vector<Worker*> running;
+    for (std::vector<Worker*> running;; Sleep(20)) {
+        running.clear();
         for (const auto& worker : workers) {
             if (worker->Running()) running.push_back(worker.get());
         }
         if (running.empty()) break;
-        if (kills < settings.kills && chaos->Received().size() >= killAfterPosts[kills]) {
-            Sleep(static_cast<DWORD>(random() % 40));
-            Worker& victim = *running[random() % running.size()];
-            victim.Kill();
-            ++kills;
-            AgeClaims(folder, std::to_wstring(victim.pid()));
-            const long long resume = victim.ResumeId();
-            if (resume < victim.end()) start(resume, victim.end() - resume);
+        if (kills == settings.kills || chaos->Received().size() < killAfterPosts[kills]) continue;
+        Sleep(static_cast<DWORD>(random() % 40));
+        Worker& victim = *running[random() % running.size()];
+        TerminateProcess(victim.process.get(), 9);
+        WaitForSingleObject(victim.process.get(), INFINITE);
+        victim.killed = true;
+        ++kills;
+        AgeClaims(folder, std::to_wstring(GetProcessId(victim.process.get())));
+        const std::set<long long> begun = ReadRecord(victim.record).begun;
+        const long long resume = begun.empty() ? victim.first : *begun.rbegin() + 1;
+        if (resume < victim.first + victim.count) {
+            ASSERT_TRUE(start(resume, victim.first + victim.count - resume));
         }
-        Sleep(20);
     }
     for (const auto& worker : workers) {
-        if (!worker->killed()) {
-            EXPECT_EQ(worker->ExitCode(), 0u) << WideToUtf8Text(worker->log());
-        }
+        EXPECT_TRUE(worker->killed || worker->ExitCode() == 0) << WideToUtf8Text(worker->log);
     }
-    WaitForLateAnswers(*chaos);
+    // A late answer still counts as delivered once it comes.
+    Eventually(
+        [&] {
+            for (const auto& report : chaos->Received()) {
+                if (report.answer.kind == LoopbackCollector::Answer::Kind::Late && !report.answered) return false;
+            }
+            return true;
+        },
+        std::chrono::milliseconds(kLateAnswerMs + 3000));
 
     // The final drain: every process is gone, so every claim is abandoned.
     AgeClaims(folder, L"");
-    {
-        MappedCollector healthy;
-        for (int round = 0; round < 3; ++round) {
-            Worker drain(folder.path(), logs.path(), workersStarted++, 0, 0, 0);
-            ASSERT_TRUE(drain.started());
-            while (drain.Running()) Sleep(20);
-            EXPECT_EQ(drain.ExitCode(), 0u);
-        }
-        std::vector<LoopbackCollector::ReceivedReport> accepted = chaos->Accepted();
-        for (const auto& report : healthy.Accepted()) accepted.push_back(report);
-
-        const Records records = ReadRecords(workers);
-        std::map<long long, int> deliveries;
-        std::map<long long, int> lateDeliveries;
-        for (const auto& report : accepted) {
-            const long long id = IdOf(report.message["event_name"].asString());
-            ++deliveries[id];
-            if (report.answer.kind == LoopbackCollector::Answer::Kind::Late) ++lateDeliveries[id];
-        }
-        std::map<long long, int> killedInFlight;
-        for (const auto& worker : workers) {
-            if (!worker->killed()) continue;
-            const auto found = records.idOfStem.find(UploadInFlight(*worker));
-            if (found != records.idOfStem.end()) ++killedInFlight[found->second];
-        }
-
-        // Every report delivered; a save cut short by a kill may never have
-        // been renamed to ".json", and then it was never queued at all.
-        for (long long id = 0; id < settings.processes * settings.reports; ++id) {
-            EXPECT_TRUE(records.begun.count(id)) << "report " << id << " was never saved";
-            const bool neverQueued = !records.saved.count(id) && records.begun.count(id);
-            EXPECT_TRUE(deliveries[id] > 0 || neverQueued) << "report " << id << " was lost";
-        }
-        for (const auto& [id, count] : deliveries) {
-            const int extra = count - 1;
-            if (extra <= 0) continue;
-            const int late = std::min(extra, lateDeliveries[id]);
-            const int kill = std::min(extra - late, killedInFlight[id]);
-            EXPECT_EQ(late + kill, extra) << "report " << id << " was delivered " << count << " times unexplained";
-        }
-
-        // Leftovers: no claim and no queued file; a ".tmp" only from a save
-        // cut short whose report was never queued (or was delivered anyway).
-        int tmpLeft = 0;
-        for (const auto& name : Files(folder)) {
-            if (name.size() > 4 && name.substr(name.size() - 4) == L".tmp") {
-                const std::string bytes = ReadFileBytes(folder / name);
-                const long long id = IdInBody(quorvel::DecryptReport({bytes.begin(), bytes.end()}));
-                const bool cutShort = id < 0 || !records.saved.count(id);
-                EXPECT_TRUE(cutShort || deliveries[id] > 0) << "temporary file of a finished save: " << WideToUtf8Text(name);
-                ++tmpLeft;
-                continue;
-            }
-            ADD_FAILURE() << (IsClaimed(name) ? "claim" : "file") << " left behind: " << WideToUtf8Text(name);
-        }
-        EXPECT_LE(tmpLeft, kills);
-
+    MappedCollector healthy;
+    for (int round = 0; round < 3; ++round) {
+        Worker drain(folder.path(), logs.path(), 1000 + round, 0, 0, 0);
+        ASSERT_TRUE(drain.process.valid());
+        WaitForSingleObject(drain.process.get(), INFINITE);
+        EXPECT_EQ(drain.ExitCode(), 0u);
     }
+    std::vector<LoopbackCollector::ReceivedReport> accepted = chaos->Accepted();
+    for (const auto& report : healthy.Accepted()) accepted.push_back(report);
+
+    Record all;
+    std::set<long long> saved;
+    for (const auto& worker : workers) {
+        Record record = ReadRecord(worker->record);
+        all.begun.merge(record.begun);
+        all.idOfStem.merge(record.idOfStem);
+    }
+    for (const auto& [stem, id] : all.idOfStem) saved.insert(id);
+    std::map<long long, int> deliveries, lateDeliveries, killedInFlight;
+    // A killed worker's upload may have been of any worker's report.
+    for (const auto& worker : workers) {
+        const auto inFlight = all.idOfStem.find(worker->killed ? UploadInFlight(*worker) : "");
+        if (inFlight != all.idOfStem.end()) ++killedInFlight[inFlight->second];
+    }
+    for (const auto& report : accepted) {
+        const long long id = IdIn(report.message["event_name"].asString());
+        ++deliveries[id];
+        if (report.answer.kind == LoopbackCollector::Answer::Kind::Late) ++lateDeliveries[id];
+    }
+
+    // Every report delivered; a save cut short by a kill may never have
+    // been renamed to ".json", and then it was never queued at all.
+    for (long long id = 0; id < reports; ++id) {
+        EXPECT_TRUE(all.begun.count(id)) << "report " << id << " was never saved";
+        EXPECT_TRUE(deliveries[id] > 0 || (!saved.count(id) && all.begun.count(id))) << "report " << id << " was lost";
+    }
+    for (const auto& [id, count] : deliveries) {
+        const int extra = count - 1;
+        const int late = std::min(extra, lateDeliveries[id]);
+        const int kill = std::min(extra - late, killedInFlight[id]);
+        EXPECT_TRUE(extra <= 0 || late + kill == extra)
+            << "report " << id << " was delivered " << count << " times unexplained";
+    }
+
+    // Leftovers: no claim and no queued file; a ".tmp" only from a save
+    // cut short whose report was never queued (or was delivered anyway).
+    int tmpLeft = 0;
+    for (const auto& name : folder.Names()) {
+        if (name.size() <= 4 || name.substr(name.size() - 4) != L".tmp") {
+            ADD_FAILURE() << (name.find(L".uploading.") != std::wstring::npos ? "claim" : "file") << " left behind: " << WideToUtf8Text(name);
+            continue;
+        }
+        const std::string bytes = ReadFileBytes(folder / name);
+        const long long id = IdIn(quorvel::DecryptReport({bytes.begin(), bytes.end()}));
+        EXPECT_TRUE(id < 0 || !saved.count(id) || deliveries[id] > 0)
+            << "temporary file of a finished save: " << WideToUtf8Text(name);
+        ++tmpLeft;
+    }
+    EXPECT_LE(tmpLeft, kills);
 }
 
 }  // namespace

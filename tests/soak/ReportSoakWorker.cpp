@@ -21,23 +21,11 @@
 namespace {
 
 // Every line goes straight to the file: nothing is lost when the process is terminated.
-class RecordFile {
-public:
-    explicit RecordFile(const wchar_t* path)
-        : file_(CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                            FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    bool ok() const { return file_.valid(); }
-    void Line(const std::string& text) {
-        const std::string line = text + "\n";
-        DWORD written = 0;
-        WriteFile(file_.get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
-    }
-
-private:
-    UniqueHandle file_;
-};
-
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }  // ASCII names
+void AppendLine(HANDLE file, const std::string& text) {
+    const std::string line = text + "\n";
+    DWORD written = 0;
+    WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+}
 
 void Drain(const std::wstring& folder) { quorvel::UploadPendingReports(folder, CollectorUrl(), "dev-1"); }
 
@@ -46,18 +34,20 @@ void Drain(const std::wstring& folder) { quorvel::UploadPendingReports(folder, C
 int wmain(int argc, wchar_t** argv) {
     if (argc != 6) return 2;
     const std::wstring folder = std::wstring(argv[1]) + L"\\";
-    RecordFile record(argv[2]);
-    if (!record.ok()) return 3;
+    const UniqueHandle record(CreateFileW(argv[2], FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!record.valid()) return 3;
     const long long first = std::wcstoll(argv[3], nullptr, 10);
     const long long count = std::wcstoll(argv[4], nullptr, 10);
     std::mt19937 random(static_cast<unsigned>(std::wcstoul(argv[5], nullptr, 10)));
 
     for (long long id = first; id < first + count; ++id) {
-        record.Line("saving " + std::to_string(id));
+        AppendLine(record.get(), "saving " + std::to_string(id));
         const std::wstring path = quorvel::SaveEncryptedReport(folder, SampleBody("soak-" + std::to_string(id)));
         if (path.empty()) return 4;
         const std::wstring name = path.substr(path.find_last_of(L'\\') + 1);
-        record.Line("saved " + std::to_string(id) + " " + Narrow(name.substr(0, name.find_last_of(L'.'))));
+        const std::wstring stem = name.substr(0, name.find_last_of(L'.'));
+        AppendLine(record.get(), "saved " + std::to_string(id) + " " + std::string(stem.begin(), stem.end()));  // ASCII
         if (random() % 6 == 0) Drain(folder);
     }
     Drain(folder);

@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "UniqueHandle.h"
+
 class RegistryValueOverride {
 public:
     RegistryValueOverride(HKEY key, const wchar_t* name, const std::wstring& value) : key_(key), name_(name) {
@@ -43,4 +45,30 @@ private:
     bool existed_ = false;
     DWORD savedType_ = REG_SZ;
     std::wstring saved_;  // with its terminator, as stored
+};
+
+// Wine reports the version stored under CurrentVersion when the prefix does
+// not pin one.
+class EmulatedWindowsVersion {
+public:
+    EmulatedWindowsVersion(const wchar_t* version, const wchar_t* build)
+        : version_(key_.get(), L"CurrentVersion", version), build_(key_.get(), L"CurrentBuildNumber", build) {}
+
+private:
+    struct OpenedKey {
+        OpenedKey() {
+            const LONG opened =
+                RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion", 0, nullptr, 0,
+                                KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, key.put(), nullptr);
+            if (opened != ERROR_SUCCESS) {
+                throw std::runtime_error("cannot open the Windows version key, error " + std::to_string(opened));
+            }
+        }
+        HKEY get() const { return key.get(); }
+        UniqueRegistryKey key;
+    };
+
+    OpenedKey key_;
+    RegistryValueOverride version_;
+    RegistryValueOverride build_;
 };

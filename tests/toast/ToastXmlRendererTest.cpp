@@ -45,36 +45,32 @@ notification_template push_box(const wchar_t* title, const wchar_t* body) {
 
 using ToastXmlRenderer = SimulationTest;
 
+// Small: the picture is the app logo. Big: the picture is the hero, the logo
+// overridden with an empty path.
 TEST_F(ToastXmlRenderer, PushBoxInSmallAndBigImageMode) {
-    {
-        SCOPED_TRACE("small: the picture is the app logo");
-        auto toast = push_box(L"Title", L"Body & more");
-        toast.app_logo = L"C:\\Temp\\notif_1.jpg";
-        EXPECT_EQ(render(toast), normalised(LR"(
-            <toast scenario="Default">
-              <visual><binding template="ToastImageAndText02">
-                <image id="1" src="file:///C:\Temp\notif_1.jpg"/>
-                <text id="1">Title</text>
-                <text id="2">Body &amp; more</text>
-              </binding></visual>
-              <audio silent="true"/>
-            </toast>)"));
-    }
-    {
-        SCOPED_TRACE("big: the picture is the hero, the logo overridden with an empty path");
-        auto toast = push_box(L"Title", L"Body");
-        toast.hero_image = L"C:\\Temp\\notif_1.jpg";
-        EXPECT_EQ(render(toast), normalised(LR"(
-            <toast scenario="Default">
-              <visual><binding template="ToastGeneric">
-                <image id="1" src="file:///" placement="app_logo_override"/>
-                <text id="1">Title</text>
-                <text id="2">Body</text>
-                <image placement="hero" src="C:\Temp\notif_1.jpg"/>
-              </binding></visual>
-              <audio silent="true"/>
-            </toast>)"));
-    }
+    auto smallImage = push_box(L"Title", L"Body & more");
+    smallImage.app_logo = L"C:\\Temp\\notif_1.jpg";
+    EXPECT_EQ(render(smallImage), normalised(LR"(
+        <toast scenario="Default">
+          <visual><binding template="ToastImageAndText02">
+            <image id="1" src="file:///C:\Temp\notif_1.jpg"/>
+            <text id="1">Title</text>
+            <text id="2">Body &amp; more</text>
+          </binding></visual>
+          <audio silent="true"/>
+        </toast>)"));
+    auto bigImage = push_box(L"Title", L"Body");
+    bigImage.hero_image = L"C:\\Temp\\notif_1.jpg";
+    EXPECT_EQ(render(bigImage), normalised(LR"(
+        <toast scenario="Default">
+          <visual><binding template="ToastGeneric">
+            <image id="1" src="file:///" placement="app_logo_override"/>
+            <text id="1">Title</text>
+            <text id="2">Body</text>
+            <image placement="hero" src="C:\Temp\notif_1.jpg"/>
+          </binding></visual>
+          <audio silent="true"/>
+        </toast>)"));
 }
 
 TEST_F(ToastXmlRenderer, TextTemplatesRenderTheirLineCountAndTouchNoImage) {

@@ -7,8 +7,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "DiagnosticChecks.h"
@@ -30,9 +30,13 @@ class DiagnoseNotificationsTest : public ::testing::Test {
 protected:
     void SetUp() override {
         SetEnvironmentVariableW(L"SIMRUNTIME_PACKAGE_TABLE_FILE", (tableFolder_ / L"packages.txt").c_str());
-        sim_control::reset();
         reportFolder_ = quorvel::GetReportDirectory();
         ASSERT_FALSE(reportFolder_.empty());
+        Fresh();
+    }
+    void Fresh() const {
+        sim_control::reset();
+        SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", nullptr);
         for (const auto& entry : std::filesystem::directory_iterator(reportFolder_)) std::filesystem::remove(entry.path());
     }
     void TearDown() override { SetEnvironmentVariableW(L"SIMRUNTIME_PACKAGE_TABLE_FILE", nullptr); }
@@ -69,14 +73,14 @@ TEST_F(DiagnoseNotificationsTest, HealthySetUpPassesEveryCheck) {
     const ProcessResult result = Diagnose();
     EXPECT_EQ(0u, result.exitCode) << result.output;
     EXPECT_FALSE(Contains(result.output, "FAIL")) << result.output;
-    EXPECT_TRUE(Contains(result.output, "OK   identity: MalvornVideo.Orvale.v1 registered, display name \"Malvorn Video\""))
-        << result.output;
-    EXPECT_TRUE(Contains(result.output, "OK   package: 4E7A21C9.store registered, version 2.0.0.0")) << result.output;
-    EXPECT_TRUE(Contains(result.output, "OK   protocol: orvale-notification: available")) << result.output;
-    EXPECT_TRUE(Contains(result.output, "OK   report queue: 1 queued, 0 temporary, 1 claimed")) << result.output;
-    EXPECT_TRUE(Contains(result.output, "OK   notification setting: MalvornVideo.Orvale.v1: enabled")) << result.output;
-    EXPECT_TRUE(Contains(result.output, "INFO experiment: pc_bg_task_wakeup_config/pc_bg_task_register: "))
-        << result.output;
+    for (const char* line : {"OK   identity: MalvornVideo.Orvale.v1 registered, display name \"Malvorn Video\"",
+                             "OK   package: 4E7A21C9.store registered, version 2.0.0.0",
+                             "OK   protocol: orvale-notification: available",
+                             "OK   report queue: 1 queued, 0 temporary, 1 claimed",
+                             "OK   notification setting: MalvornVideo.Orvale.v1: enabled",
+                             "INFO experiment: pc_bg_task_wakeup_config/pc_bg_task_register: "}) {
+        EXPECT_TRUE(Contains(result.output, line)) << result.output;
+    }
 }
 
 // Exit code 1, and exactly the expected checks named as failed.
@@ -90,54 +94,41 @@ void ExpectFailures(const ProcessResult& result, const std::vector<std::string>&
     EXPECT_EQ(failed.size(), failLines) << result.output;
 }
 
-TEST_F(DiagnoseNotificationsTest, MissingPackageFailsThePackageAndItsProtocol) {
-    MakeHealthy();
-    sim_control::reset();
-    ExpectFailures(Diagnose(), {"FAIL package: 4E7A21C9.store is not registered",
-                                "FAIL protocol: orvale-notification: no application installed for it"});
-}
-
-// Registered but not OK, a state of each group: the line names every status property that is set.
-TEST_F(DiagnoseNotificationsTest, RegisteredPackageThatIsNotOkFailsWithItsState) {
-    MakeHealthy();
-    const std::pair<std::uint32_t, const char*> states[] = {
-        {sim_control::tampered, "NeedsRemediation, Tampered"},
-        {sim_control::disabled, "NotAvailable, Disabled, NeedsRemediation"},
-        {sim_control::deployment_in_progress, "Servicing, DeploymentInProgress"},
+// Each broken part of a healthy set-up fails its own check and only that.
+TEST_F(DiagnoseNotificationsTest, EachBrokenPartFailsItsCheck) {
+    const std::wstring identityKey = std::wstring(notification_wrapper::kAppUserModelIdKey) + diagnose::kAppId;
+    const std::string notUsable = "FAIL package: 4E7A21C9.store registered, version 2.0.0.0, but not usable (";
+    const std::string setting = "FAIL notification setting: MalvornVideo.Orvale.v1: ";
+    // A package registered but not OK, a state of each group: the line names
+    // every status property that is set.
+    const auto status = [](std::uint32_t state) { return [state] { sim_control::set_package_status(kPackageFullName, state); }; };
+    const auto toastSetting = [](const wchar_t* value) { return [value] { SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", value); }; };
+    const struct {
+        std::function<void()> breakIt;
+        std::vector<std::string> failed;
+    } rows[] = {
+        {[] { sim_control::reset(); },
+         {"FAIL package: 4E7A21C9.store is not registered",
+          "FAIL protocol: orvale-notification: no application installed for it"}},
+        {status(sim_control::tampered), {notUsable + "NeedsRemediation, Tampered): its background tasks would not run"}},
+        {status(sim_control::disabled), {notUsable + "NotAvailable, Disabled, NeedsRemediation): its background tasks would not run"}},
+        {status(sim_control::deployment_in_progress), {notUsable + "Servicing, DeploymentInProgress): its background tasks would not run"}},
+        {[&] { ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(HKEY_CURRENT_USER, identityKey.c_str())); },
+         {"FAIL identity: HKCU\\Software\\Classes\\AppUserModelId\\MalvornVideo.Orvale.v1 is not registered"}},
+        {toastSetting(L"DisabledForApplication"), {setting + "turned off for this application by the user (setting 1)"}},
+        {toastSetting(L"DisabledForUser"), {setting + "turned off for every application of this user (setting 2)"}},
+        {toastSetting(L"DisabledByGroupPolicy"), {setting + "turned off on this computer by group policy (setting 3)"}},
+        {toastSetting(L"DisabledByManifest"), {setting + "turned off by the application's manifest (setting 4)"}},
+        {[this] { AddClaim(1000); }, {"FAIL report queue: 1 stale claim(s) older than 900 s"}},
     };
-    for (const auto& [state, names] : states) {
-        sim_control::set_package_status(kPackageFullName, state);
-        ExpectFailures(Diagnose(), {std::string("FAIL package: 4E7A21C9.store registered, version 2.0.0.0, but not "
-                                                "usable (") + names + "): its background tasks would not run"});
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.failed[0]);
+        Fresh();
+        MakeHealthy();
+        row.breakIt();
+        ExpectFailures(Diagnose(), row.failed);
     }
-}
-
-TEST_F(DiagnoseNotificationsTest, DeletedIdentityKeyFailsTheIdentity) {
-    MakeHealthy();
-    const std::wstring key = std::wstring(notification_wrapper::kAppUserModelIdKey) + diagnose::kAppId;
-    ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str()));
-    ExpectFailures(Diagnose(), {"FAIL identity: HKCU\\Software\\Classes\\AppUserModelId\\MalvornVideo.Orvale.v1 is not registered"});
-}
-
-TEST_F(DiagnoseNotificationsTest, EveryNotificationSettingThatBlocksToastsFails) {
-    MakeHealthy();
-    const std::pair<const wchar_t*, const char*> blocks[] = {
-        {L"DisabledForApplication", "turned off for this application by the user (setting 1)"},
-        {L"DisabledForUser", "turned off for every application of this user (setting 2)"},
-        {L"DisabledByGroupPolicy", "turned off on this computer by group policy (setting 3)"},
-        {L"DisabledByManifest", "turned off by the application's manifest (setting 4)"},
-    };
-    for (const auto& [setting, text] : blocks) {
-        SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", setting);
-        ExpectFailures(Diagnose(), {std::string("FAIL notification setting: MalvornVideo.Orvale.v1: ") + text});
-    }
-    SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", nullptr);
-}
-
-TEST_F(DiagnoseNotificationsTest, StaleClaimFailsTheQueue) {
-    MakeHealthy();
-    AddClaim(1000);
-    ExpectFailures(Diagnose(), {"FAIL report queue: 1 stale claim(s) older than 900 s"});
+    Fresh();
 }
 
 }  // namespace
