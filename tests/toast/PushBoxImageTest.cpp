@@ -19,9 +19,10 @@
 #include "NotificationAppIdentity.h"
 #include "NotificationWrapperMgr.h"
 #include "SimToastControl.h"
+#include "SimulationTest.h"
 #include "TempFolder.h"
 #include "TestMain.h"
-#include "ToastXmlText.h"
+#include "XmlDocumentText.h"
 
 namespace {
 
@@ -43,9 +44,8 @@ std::vector<std::string> PushBoxLogLines(const HostLogCursor& cursor) {
     return lines;
 }
 
-class PushBoxImage : public ::testing::Test {
+class PushBoxImage : public SimulationTest {
 protected:
-    void SetUp() override { sim_control::reset(); }
     void TearDown() override {
         if (!downloaded_.empty()) DeleteFileW(downloaded_.c_str());
     }
@@ -100,12 +100,9 @@ TEST_F(PushBoxImage, BigModeIsTheDefaultAndShowsTheDownloadedFileAsHeroImage) {
     EXPECT_EQ(ReadFileBytes(path), kPicture);
     EXPECT_EQ(server_.Requests(), std::vector<std::string>{"/hero.jpg"});
 
-    const auto images = StartTagsNamed(xml, L"image");
-    ASSERT_EQ(images.size(), 2u) << WideToUtf8Text(xml);
-    EXPECT_EQ(images[0].Attribute(L"placement"), L"app_logo_override");
-    EXPECT_EQ(images[0].Attribute(L"src"), L"file:///");
-    EXPECT_EQ(images[1].Attribute(L"placement"), L"hero");
-    EXPECT_EQ(images[1].Attribute(L"src"), path);
+    EXPECT_EQ(elements_named(xml, L"image"),
+              (std::vector<std::wstring>{L"<image id=\"1\" src=\"file:///\" placement=\"app_logo_override\"/>",
+                                         L"<image placement=\"hero\" src=\"" + path + L"\"/>"}));
 }
 
 TEST_F(PushBoxImage, SmallModeShowsTheDownloadedFileAsAppLogo) {
@@ -122,10 +119,7 @@ TEST_F(PushBoxImage, SmallModeShowsTheDownloadedFileAsAppLogo) {
               "1 [NotificationSetToPushBoxImpl][NotificationAPIDLL] apply image, isBigMode = false, localPath = " +
                   WideToUtf8Text(path));
     EXPECT_EQ(ReadFileBytes(path), kPicture);
-    const auto images = StartTagsNamed(xml, L"image");
-    ASSERT_EQ(images.size(), 1u) << WideToUtf8Text(xml);
-    EXPECT_EQ(images[0].Attribute(L"src"), L"file:///" + path);
-    EXPECT_FALSE(images[0].Has(L"placement"));
+    EXPECT_EQ(elements_named(xml, L"image"), std::vector<std::wstring>{L"<image id=\"1\" src=\"file:///" + path + L"\"/>"});
 }
 
 // Only the three letters "big" mean big mode; a local path is never downloaded.
@@ -141,9 +135,7 @@ TEST_F(PushBoxImage, LocalPathIsShownAsItIsInAnyModeButBig) {
                   "1 [NotificationSetToPushBoxImpl][NotificationAPIDLL] apply image, isBigMode = false, localPath = "
                   "C:\\pic.jpg",
               }));
-    const auto images = StartTagsNamed(xml, L"image");
-    ASSERT_EQ(images.size(), 1u) << WideToUtf8Text(xml);
-    EXPECT_EQ(images[0].Attribute(L"src"), L"file:///C:\\pic.jpg");
+    EXPECT_EQ(elements_named(xml, L"image"), std::vector<std::wstring>{L"<image id=\"1\" src=\"file:///C:\\pic.jpg\"/>"});
 }
 
 // "big" with a blank after it is not big mode, and "HTTP" is not "http".
@@ -209,10 +201,9 @@ TEST_F(PushBoxImage, FailedDownloadStillShowsTheToastWithoutImage) {
         << log[0];
     EXPECT_EQ(log[1],
               "1 [NotificationSetToPushBoxImpl][NotificationAPIDLL] apply image skipped, url = " + WideToUtf8Text(url));
-    const auto images = StartTagsNamed(xml, L"image");
-    ASSERT_EQ(images.size(), 1u) << WideToUtf8Text(xml);
-    EXPECT_EQ(images[0].Attribute(L"src"), L"file:///");
-    EXPECT_EQ(TextsOf(xml, L"text"), (std::vector<std::wstring>{L"Title", L"Body"}));
+    EXPECT_EQ(elements_named(xml, L"image"), std::vector<std::wstring>{L"<image id=\"1\" src=\"file:///\"/>"});
+    EXPECT_EQ(elements_named(xml, L"text"),
+              (std::vector<std::wstring>{L"<text id=\"1\">Title</text>", L"<text id=\"2\">Body</text>"}));
 }
 
 }  // namespace

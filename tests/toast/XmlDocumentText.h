@@ -3,6 +3,7 @@
 // compare structures by their serialised form.
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Activation.h"
 #include "ClassNames.h"
@@ -37,3 +38,18 @@ std::wstring xml_of(const rt::com_ptr<Node>& node) {
 // `xml` as the simulated runtime writes it back: white space between elements
 // gone, quotes and empty elements in one form.
 inline std::wstring normalised(std::wstring_view xml) { return xml_of(xml_document(xml)); }
+
+// Each element named `name` in `xml`, written out, in document order.
+inline std::vector<std::wstring> elements_named(std::wstring_view xml, const wchar_t* name) {
+    rt::com_ptr<rt::IXmlNodeList> list;
+    rt::check(xml_document(xml)->GetElementsByTagName(rt::hstring(name).get(), list.put()));
+    UINT32 count = 0;
+    rt::check(list->get_Length(&count));
+    std::vector<std::wstring> elements(count);
+    for (UINT32 index = 0; index < count; ++index) {
+        rt::com_ptr<rt::IXmlNode> node;
+        rt::check(list->Item(index, node.put()));
+        elements[index] = xml_of(node);
+    }
+    return elements;
+}
