@@ -16,9 +16,6 @@
 #include <thread>
 #include <vector>
 
-#include "Activation.h"
-#include "ClassNames.h"
-#include "HString.h"
 #include "HostLogFile.h"
 #include "NotificationWrapper.h"
 #include "NotificationWrapperMgr.h"
