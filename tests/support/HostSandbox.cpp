@@ -6,6 +6,8 @@
 
 #include <sstream>
 
+#include "Eventually.h"
+
 namespace {
 void CopyBinary(const std::wstring& name, const std::wstring& target) {
     const std::wstring source = BinaryFolder() + L"\\" + name;
@@ -41,7 +43,9 @@ HostRun HostSandbox::Run(const std::wstring& arguments, EnvironmentOverrides env
 
 std::vector<std::string> HostSandbox::ServiceCommandLines(unsigned timeoutMs) const {
     std::vector<std::string> lines;
-    if (!WaitForFile(serviceRecordPath(), timeoutMs)) return lines;
+    // The detached service writes its record after the host has ended.
+    const auto written = [&] { return !ReadFileBytes(serviceRecordPath()).empty(); };
+    if (!Eventually(written, std::chrono::milliseconds(timeoutMs))) return lines;
     std::istringstream in(ReadFileBytes(serviceRecordPath()));
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;

@@ -17,6 +17,7 @@
 #include "PackageSimControl.h"
 #include "QuorvelClock.h"
 #include "QuorvelReportStorage.h"
+#include "ScopedVariable.h"
 #include "TempFolder.h"
 #include "TestProcess.h"
 
@@ -29,7 +30,6 @@ const std::wstring kPackageFullName = std::wstring(kNotificationPackageName) + L
 class DiagnoseNotificationsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetEnvironmentVariableW(L"SIMRUNTIME_PACKAGE_TABLE_FILE", (tableFolder_ / L"packages.txt").c_str());
         reportFolder_ = quorvel::GetReportDirectory();
         ASSERT_FALSE(reportFolder_.empty());
         Fresh();
@@ -39,7 +39,6 @@ protected:
         SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", nullptr);
         for (const auto& entry : std::filesystem::directory_iterator(reportFolder_)) std::filesystem::remove(entry.path());
     }
-    void TearDown() override { SetEnvironmentVariableW(L"SIMRUNTIME_PACKAGE_TABLE_FILE", nullptr); }
 
     // What a working client leaves: the identity, the package, and a report
     // being posted right now next to one waiting.
@@ -65,6 +64,7 @@ protected:
     }
 
     TempFolder tableFolder_;
+    const ScopedVariable packageTable_{L"SIMRUNTIME_PACKAGE_TABLE_FILE", tableFolder_ / L"packages.txt"};
     std::wstring reportFolder_;
 };
 
