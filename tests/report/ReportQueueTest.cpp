@@ -10,7 +10,6 @@
 #include <optional>
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include "AsyncWait.h"
 #include "HostLogFile.h"
@@ -56,13 +55,6 @@ UniqueHandle StartRacer(const QueueFolder& folder, const std::wstring& output, c
                         const std::wstring& log) {
     return UniqueHandle(StartProcess(L"\"" + BinaryFolder() + L"\\ReportClaimRacer.exe\" \"" + folder.path() + L".\" \"" +
                                      output + L"\" " + event + L" \"" + log + L"\""));
-}
-
-std::vector<std::wstring> Lines(const std::wstring& path) {
-    std::istringstream in(ReadFileBytes(path));
-    std::vector<std::wstring> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(Utf8ToWideText(line));
-    return lines;
 }
 
 using ReportQueue = SimulationTest;
@@ -172,9 +164,9 @@ TEST_F(ReportQueue, EachFileIsClaimedByExactlyOneOfTwoRacingProcesses) {
     std::set<std::wstring> stems;
     size_t claims = 0;
     for (const auto* output : {L"first.txt", L"second.txt"}) {
-        for (const auto& claimed : Lines(work / output)) {
+        for (const auto& claimed : TextLines(ReadFileBytes(work / output))) {
             ++claims;
-            stems.insert(claimed.substr(0, claimed.find(L".uploading.")) + L".json");
+            stems.insert(Utf8ToWideText(claimed.substr(0, claimed.find(".uploading."))) + L".json");
         }
     }
     EXPECT_EQ(queued.size(), claims) << "a file claimed twice, or not at all";

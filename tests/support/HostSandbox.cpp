@@ -4,8 +4,6 @@
 
 #include <windows.h>
 
-#include <sstream>
-
 #include "Eventually.h"
 
 namespace {
@@ -42,13 +40,10 @@ HostRun HostSandbox::Run(const std::wstring& arguments, EnvironmentOverrides env
 }
 
 std::vector<std::string> HostSandbox::ServiceCommandLines(unsigned timeoutMs) const {
-    std::vector<std::string> lines;
     // The detached service writes its record after the host has ended.
     const auto written = [&] { return !ReadFileBytes(serviceRecordPath()).empty(); };
-    if (!Eventually(written, std::chrono::milliseconds(timeoutMs))) return lines;
-    std::istringstream in(ReadFileBytes(serviceRecordPath()));
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
+    Eventually(written, std::chrono::milliseconds(timeoutMs));
+    return TextLines(ReadFileBytes(serviceRecordPath()));
 }
 
 ::testing::AssertionResult EndsWithFlushLines(const std::vector<HostLogLine>& log) {
