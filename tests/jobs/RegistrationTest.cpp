@@ -85,10 +85,6 @@ TEST_F(Registration, InstallDirectoryIsAppendedPercentEncoded) {
     EXPECT_EQ(std::vector<std::string>{std::string(kWakeUpUri) +
                                        "&install_dir=C%3A%5CProgram%20Files%5COrvale%20Client"},
               LaunchedUris());
-
-    std::wstring uri = L"x:?a=1";
-    AppendInstallDirParam(uri, L"");
-    EXPECT_EQ(L"x:?a=1", uri);
 }
 
 TEST_F(Registration, WithoutAHandlerNothingIsLaunched) {
@@ -145,9 +141,10 @@ TEST_F(Registration, EveryFailureOfTheLaunchIsCaughtAndGivesFalse) {
         ASSERT_EQ(1u, caught.size()) << ::testing::PrintToString(Messages(lines));
         EXPECT_EQ(3, caught[0].level);
         EXPECT_EQ(c.function, caught[0].function);
-        if (c.end.empty()) EXPECT_EQ(c.message, caught[0].message);
-        EXPECT_TRUE(caught[0].message.starts_with(c.message) && caught[0].message.ends_with(c.end)) << caught[0].message;
-        if (!c.launched) EXPECT_TRUE(LaunchedUris().empty());
+        const std::string& message = caught[0].message;
+        EXPECT_TRUE(c.end.empty() ? message == c.message : message.starts_with(c.message) && message.ends_with(c.end))
+            << message;
+        EXPECT_TRUE(c.launched || LaunchedUris().empty());
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -87,11 +88,9 @@ TEST_F(DiagnoseNotificationsTest, HealthySetUpPassesEveryCheck) {
 void ExpectFailures(const ProcessResult& result, const std::vector<std::string>& failed) {
     EXPECT_EQ(1u, result.exitCode) << result.output;
     for (const std::string& line : failed) EXPECT_TRUE(Contains(result.output, line)) << result.output;
-    size_t failLines = 0;
-    for (size_t at = result.output.find("FAIL "); at != std::string::npos; at = result.output.find("FAIL ", at + 1)) {
-        ++failLines;
-    }
-    EXPECT_EQ(failed.size(), failLines) << result.output;
+    const auto lines = TextLines(result.output);
+    EXPECT_EQ(std::ssize(failed), std::ranges::count_if(lines, [](const std::string& line) { return line.starts_with("FAIL "); }))
+        << result.output;
 }
 
 // Each broken part of a healthy set-up fails its own check and only that.
