@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
 
 namespace {
 
@@ -32,13 +31,7 @@ std::vector<std::string> RunConfigProbe(const std::wstring& probePath, const std
                                         const EnvironmentOverrides& environment) {
     ProcessResult result = RunProcess(L"\"" + probePath + L"\" " + operations, environment);
     EXPECT_TRUE(result.finished && result.exitCode == 0) << result.output;
-    std::vector<std::string> lines;
-    std::istringstream in(result.output);
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(line);
-    }
-    return lines;
+    return TextLines(result.output);
 }
 
 std::wstring BuiltProbePath() { return BinaryFolder() + L"\\ConfigProbe.exe"; }

@@ -28,11 +28,7 @@ HostRun DeliverPush(HostSandbox& sandbox, const std::wstring& payload, Environme
 }
 
 std::vector<std::string> ActionLines(const std::vector<HostLogLine>& log) {
-    std::vector<std::string> lines;
-    for (const auto& line : log) {
-        if (line.function == "HandleActionEntry") lines.push_back(std::to_string(line.level) + " " + line.message);
-    }
-    return lines;
+    return LevelsAndMessages(log, [](const HostLogLine& line) { return line.function == "HandleActionEntry"; });
 }
 
 std::string ExpectedCommand(const HostSandbox& sandbox, const std::string& message) {
@@ -92,12 +88,11 @@ TEST(RawNotificationAction, StartsTheServiceWithTheDecodedMessage) {
     EXPECT_EQ(lines[2], "1 [HandleActionEntry]command = " + command);
     EXPECT_EQ(lines[3].rfind("1 [HandleActionEntry]OrvaleService.exe started successfully, pid=", 0), 0u) << lines[3];
     EXPECT_EQ(sandbox.ServiceCommandLines(), std::vector<std::string>{command});
-}
 
-TEST(RawNotificationAction, PassesTheMessageOnUnescaped) {
-    HostSandbox sandbox;
-    DeliverPush(sandbox, L"payload", {{L"ORVALE_STANDALONE_PUSH_RESULT", L"ab+/cd=="}});
-    EXPECT_EQ(sandbox.ServiceCommandLines(), std::vector<std::string>{ExpectedCommand(sandbox, "ab+/cd==")});
+    // The decoder's text goes on as it is, unescaped.
+    HostSandbox unescaped;
+    DeliverPush(unescaped, L"payload", {{L"ORVALE_STANDALONE_PUSH_RESULT", L"ab+/cd=="}});
+    EXPECT_EQ(unescaped.ServiceCommandLines(), std::vector<std::string>{ExpectedCommand(unescaped, "ab+/cd==")});
 }
 
 TEST(RawNotificationAction, StartsNothingWhenThereIsNothingToStart) {

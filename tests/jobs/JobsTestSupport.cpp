@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <sstream>
 
 #include "QuorvelBuildSettings.h"
 #include "QuorvelReportStorage.h"
@@ -86,15 +85,7 @@ HostRun JobHost::Run(const std::wstring& arguments, EnvironmentOverrides environ
     return sandbox_.Run(arguments, environment);
 }
 
-std::vector<std::string> JobHost::LaunchedUris() const {
-    std::vector<std::string> uris;
-    std::istringstream in(ReadFileBytes(sandbox_.folder() + L"\\launched.txt"));
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        uris.push_back(line);
-    }
-    return uris;
-}
+std::vector<std::string> JobHost::LaunchedUris() const { return TextLines(ReadFileBytes(sandbox_.folder() + L"\\launched.txt")); }
 
 Json::Value ReportMessage(const LoopbackCollector& collector, const std::string& eventName,
                           const std::string& subEventName) {

@@ -23,11 +23,6 @@ constexpr char kWakeUpUri[] = "orvale-notification:?action=register-wakeup-task"
 
 std::string EntryLine(const std::string& text) { return kEntryTag + text; }
 
-// Where the first line with this message stands in the log.
-size_t LogPosition(const std::vector<HostLogLine>& log, const std::string& message) {
-    return static_cast<size_t>(FindMessage(log, message) - log.data());
-}
-
 class PackageJobs : public ::testing::Test {
 protected:
     PackageJobs() { EmptyReportFolder(); }
@@ -174,7 +169,7 @@ TEST_F(PackageJobs, MaintenanceEnsuresThePackageAndAlwaysCompletes) {
         ASSERT_EQ(1u, nonFatal.size());
         ASSERT_EQ(1u, completed.size());
         EXPECT_EQ(2, nonFatal[0].level);
-        EXPECT_LT(LogPosition(run.log, nonFatal[0].message), LogPosition(run.log, completed[0].message));
+        EXPECT_LT(FindMessage(run.log, nonFatal[0].message), FindMessage(run.log, completed[0].message)) << "in this order";
     }
     EXPECT_TRUE(collector_.Received().empty());
 }

@@ -11,6 +11,7 @@
 #include "NotificationPackageManager.h"
 #include "PackageIdentityUtils.h"
 #include "PackageTestSupport.h"
+#include "RuntimeError.h"
 #include "TempFolder.h"
 #include "TestProcess.h"
 
@@ -215,7 +216,7 @@ TEST_F(InstallTest, EachFunctionCatchesRuntimeFailuresAndOtherExceptions) {
             EXPECT_EQ(answer + version(), throwing ? row.afterThrow : row.afterFailure);
         }
         const HRESULT code = row.failures.back().second;
-        EXPECT_TRUE(Logged(3, row.tag + " exception, hr=" + hex(code) + ", msg=" + SystemMessageUtf8(code)));
+        EXPECT_TRUE(Logged(3, row.tag + " exception, hr=" + hex(code) + ", msg=" + WideToUtf8Text(rt::system_message(code))));
         EXPECT_TRUE(Logged(3, row.tag + " unknown exception"));
     }
 }

@@ -1,7 +1,5 @@
 #include "PackageTestSupport.h"
 
-#include "RuntimeError.h"
-#include "TempFolder.h"
 #include "TestMain.h"
 
 sim_control::package_registration NotificationPackage(const std::wstring& fullName, std::uint16_t major,
@@ -17,8 +15,6 @@ std::vector<std::wstring> CallsStartingWith(const std::wstring& prefix) {
     }
     return calls;
 }
-
-std::string SystemMessageUtf8(HRESULT code) { return WideToUtf8Text(rt::system_message(code)); }
 
 PackageTest::PackageTest() : log_(TestLogPath()) { sim_control::reset(); }
 

@@ -24,9 +24,6 @@ sim_control::package_registration NotificationPackage(const std::wstring& fullNa
 // Logged simulation calls whose "Class.Method" starts with `prefix`.
 std::vector<std::wstring> CallsStartingWith(const std::wstring& prefix);
 
-// The system's text for an HRESULT, as the module logs it, in UTF-8.
-std::string SystemMessageUtf8(HRESULT code);
-
 class PackageTest : public ::testing::Test {
 protected:
     PackageTest();

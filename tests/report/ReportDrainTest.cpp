@@ -10,12 +10,18 @@
 #include "SimRuntimeControl.h"
 #include "TestProcess.h"
 
+namespace {
+bool RunProbe(int reports, const std::wstring& deviceId) {
+    return RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" " + std::to_wstring(reports),
+                      {{L"ORVALE_STANDALONE_DEVICE_GUID", deviceId}})
+        .finished;
+}
+}  // namespace
+
 TEST(ReportDrain, ReportThreadsAreJoinedAndTheirReportsPostedBeforeTheProcessEnds) {
     EmptyReportFolder();
     MappedCollector collector;
-    const auto run = RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" 5",
-                                {{L"ORVALE_STANDALONE_DEVICE_GUID", L"dev-drain"}});
-    ASSERT_TRUE(run.finished);
+    ASSERT_TRUE(RunProbe(5, L"dev-drain"));
     // Counted at once: whatever is not here now never left the process.
     EXPECT_EQ(5u, collector.Accepted().size());
     for (const auto& report : collector.Accepted()) {
@@ -28,13 +34,11 @@ TEST(ReportDrain, ReportThreadsAreJoinedAndTheirReportsPostedBeforeTheProcessEnd
 TEST(ReportDrain, WithoutDeviceIdentifierReportsStayQueuedForALaterRun) {
     EmptyReportFolder();
     MappedCollector collector;
-    ASSERT_TRUE(RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" 2",
-                           {{L"ORVALE_STANDALONE_DEVICE_GUID", L""}}).finished);
+    ASSERT_TRUE(RunProbe(2, L""));
     EXPECT_TRUE(collector.Received().empty());
     EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(quorvel::GetReportDirectory()),
                                std::filesystem::directory_iterator()));
-    ASSERT_TRUE(RunProcess(L"\"" + BinaryFolder() + L"\\ReportDrainProbe.exe\" 0",
-                           {{L"ORVALE_STANDALONE_DEVICE_GUID", L"dev-later"}}).finished);
+    ASSERT_TRUE(RunProbe(0, L"dev-later"));
     EXPECT_EQ(2u, collector.Accepted().size());
     for (const auto& report : collector.Accepted()) EXPECT_NE(std::string::npos, report.body.find("\"aid\":\"dev-later\""));
 }

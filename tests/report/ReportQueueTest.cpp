@@ -7,12 +7,9 @@
 
 #include <algorithm>
 #include <ctime>
-#include <fstream>
 #include <optional>
 #include <regex>
 #include <set>
-#include <sstream>
-#include <thread>
 
 #include "AsyncWait.h"
 #include "HostLogFile.h"
@@ -22,25 +19,15 @@
 #include "QuorvelReportCrypto.h"
 #include "QuorvelReportStorage.h"
 #include "ReportTestSupport.h"
-#include "SimRuntimeControl.h"
+#include "SimulationTest.h"
 #include "TestMain.h"
 #include "TestProcess.h"
 #include "UniqueHandle.h"
 
 namespace {
 
-bool EndsWith(const std::wstring& text, const std::wstring& end) {
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-std::vector<std::string> MessagesSince(const HostLogCursor& cursor) { return Messages(cursor.NewLines()); }
-
-bool Contains(const std::vector<std::string>& lines, const std::string& part) {
-    for (const auto& line : lines) {
-        if (line.find(part) != std::string::npos) return true;
-    }
-    return false;
-}
+// How many lines since the cursor contain `part`.
+size_t Logged(const HostLogCursor& cursor, const std::string& part) { return LinesContaining(cursor.NewLines(), part).size(); }
 
 // The temporary file cannot be removed.
 BOOL WINAPI RefusedDelete(LPCWSTR) {
@@ -66,38 +53,22 @@ std::wstring ClaimedName(const std::wstring& stem, long long age) {
 
 UniqueHandle StartRacer(const QueueFolder& folder, const std::wstring& output, const std::wstring& event,
                         const std::wstring& log) {
-    std::wstring command = L"\"" + BinaryFolder() + L"\\ReportClaimRacer.exe\" \"" + folder.path() + L".\" \"" +
-                           output + L"\" " + event + L" \"" + log + L"\"";
-    STARTUPINFOW startup = {sizeof(startup)};
-    PROCESS_INFORMATION process = {};
-    EXPECT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
-    CloseHandle(process.hThread);
-    return UniqueHandle(process.hProcess);
+    return UniqueHandle(StartProcess(L"\"" + BinaryFolder() + L"\\ReportClaimRacer.exe\" \"" + folder.path() + L".\" \"" +
+                                     output + L"\" " + event + L" \"" + log + L"\""));
 }
 
-std::vector<std::wstring> Lines(const std::wstring& path) {
-    std::istringstream in(ReadFileBytes(path));
-    std::vector<std::wstring> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(Utf8ToWideText(line));
-    return lines;
-}
-
-// Every test starts from the simulation's defaults.
-class ReportQueue : public testing::Test {
-protected:
-    void SetUp() override { sim_control::reset(); }
-};
+using ReportQueue = SimulationTest;
 
 }  // namespace
 
 TEST_F(ReportQueue, ASaveWritesATemporaryFileAndRenamesItToAQueuedOne) {
     QueueFolder folder;
     const std::wstring path = quorvel::SaveEncryptedReport(folder.path(), "{\"a\":1}");
-    ASSERT_TRUE(EndsWith(path, L".json")) << WideToUtf8Text(path);
+    ASSERT_TRUE(path.ends_with(L".json")) << WideToUtf8Text(path);
     const std::wstring name = path.substr(path.find_last_of(L'\\') + 1);
     EXPECT_EQ(std::vector<std::wstring>{name}, folder.Names());
     EXPECT_EQ(24u, name.size()) << "nanoseconds since 1970, then .json";
-    EXPECT_TRUE(EndsWith(name, L"00.json")) << "100-ns ticks times 100";
+    EXPECT_TRUE(name.ends_with(L"00.json")) << "100-ns ticks times 100";
     const std::string bytes = ReadFileBytes(path);
     EXPECT_EQ("{\"a\":1}", quorvel::DecryptReport({bytes.begin(), bytes.end()}));
     const std::wstring stem = name.substr(0, name.size() - 5);
@@ -109,7 +80,7 @@ TEST_F(ReportQueue, ASaveWritesATemporaryFileAndRenamesItToAQueuedOne) {
 TEST_F(ReportQueue, AFailedSaveLeavesNothingQueuedAndNoTemporaryFile) {
     HostLogCursor cursor(TestLogPath());
     EXPECT_EQ(L"", quorvel::SaveEncryptedReport(L"C:\\no-such-folder\\reports\\", "{}"));
-    EXPECT_TRUE(Contains(MessagesSince(cursor), "[Quorvel] Encrypt save exception: hr=0x80070003"));
+    EXPECT_EQ(1u, Logged(cursor, "[Quorvel] Encrypt save exception: hr=0x80070003"));
     {
         SCOPED_TRACE("encryption fails");
         QueueFolder folder;
@@ -146,7 +117,7 @@ TEST_F(ReportQueue, AFailedSaveLeavesNothingQueuedAndNoTemporaryFile) {
         std::wstring tmp;
         for (int i = 0; i < 400 && tmp.empty(); ++i, Sleep(5)) {
             for (const auto& name : folder.Names()) {
-                if (EndsWith(name, L".tmp")) tmp = name;
+                if (name.ends_with(L".tmp")) tmp = name;
             }
         }
         ASSERT_FALSE(tmp.empty()) << "no temporary file seen";
@@ -193,9 +164,9 @@ TEST_F(ReportQueue, EachFileIsClaimedByExactlyOneOfTwoRacingProcesses) {
     std::set<std::wstring> stems;
     size_t claims = 0;
     for (const auto* output : {L"first.txt", L"second.txt"}) {
-        for (const auto& claimed : Lines(work / output)) {
+        for (const auto& claimed : TextLines(ReadFileBytes(work / output))) {
             ++claims;
-            stems.insert(claimed.substr(0, claimed.find(L".uploading.")) + L".json");
+            stems.insert(Utf8ToWideText(claimed.substr(0, claimed.find(".uploading."))) + L".json");
         }
     }
     EXPECT_EQ(queued.size(), claims) << "a file claimed twice, or not at all";
@@ -231,10 +202,9 @@ TEST_F(ReportQueue, RollbackAndStaleRecoveryGiveQueuedNamesBack) {
         EXPECT_EQ(0u, names[0].rfind(L"100.uploading.4242.", 0));
         EXPECT_EQ(L"200.json", names[1]);
         EXPECT_EQ(L"300.uploading.4242.abc", names[2]);
-        const auto lines = MessagesSince(cursor);
-        ASSERT_EQ(1u, LinesContaining(cursor.NewLines(), "recovering stale file").size());
-        EXPECT_TRUE(Contains(lines, "[Quorvel] recovering stale file: " + WideToUtf8Text(ClaimedName(L"200", 901)) +
-                                        " age=901s"));
+        EXPECT_EQ(1u, Logged(cursor, "recovering stale file"));
+        EXPECT_EQ(1u, Logged(cursor, "[Quorvel] recovering stale file: " + WideToUtf8Text(ClaimedName(L"200", 901)) +
+                                         " age=901s "));
         return;
     }
     FAIL() << "the clock turned a second during every attempt";
@@ -283,5 +253,5 @@ TEST_F(ReportQueue, AClaimNamesItsProcessAndSecondAndNeedsADeviceIdentifier) {
 
     HostLogCursor cursor(TestLogPath());
     EXPECT_FALSE(quorvel::ClaimReportFile(folder / L"gone.json").has_value());
-    EXPECT_TRUE(Contains(MessagesSince(cursor), "[Quorvel] claim skipped (normal): gone.json err=2"));
+    EXPECT_EQ(1u, Logged(cursor, "[Quorvel] claim skipped (normal): gone.json err=2"));
 }

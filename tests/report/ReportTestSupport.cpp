@@ -1,7 +1,5 @@
 #include "ReportTestSupport.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <filesystem>
 
@@ -32,12 +30,6 @@ std::wstring QueueReport(const QueueFolder& folder, const std::string& body) {
     EXPECT_FALSE(path.empty()) << "the report was not queued";
     return path.substr(path.find_last_of(L'\\') + 1);
 }
-
-ScopedVariable::ScopedVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
-    SetEnvironmentVariableW(name, value.c_str());
-}
-
-ScopedVariable::~ScopedVariable() { SetEnvironmentVariableW(name_.c_str(), nullptr); }
 
 std::wstring CollectorHost() { return quorvel::build_settings::kCollectorHost; }
 std::wstring CollectorUrl() { return quorvel::build_settings::kCollectorUrl; }

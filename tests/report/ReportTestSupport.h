@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "LoopbackCollector.h"
+#include "ScopedVariable.h"
 #include "TempFolder.h"
 
 // A fresh queue folder; its path ends with a backslash, like the module's.
@@ -24,18 +25,6 @@ std::string SampleBody(const std::string& eventName, const std::string& aid = "d
 
 // Queues `body` with the module's own save; the file's name.
 std::wstring QueueReport(const QueueFolder& folder, const std::string& body);
-
-// Sets a variable of this process for the life of the object.
-class ScopedVariable {
-public:
-    ScopedVariable(const wchar_t* name, const std::wstring& value);
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-    ~ScopedVariable();
-
-private:
-    std::wstring name_;
-};
 
 // The collector's host name of this build, for SIMRUNTIME_HTTP_HOSTS.
 std::wstring CollectorHost();

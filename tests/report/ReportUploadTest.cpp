@@ -15,6 +15,7 @@
 
 #include "HostLogFile.h"
 #include "ImportPatch.h"
+#include "LoopbackSocket.h"
 #include "QuorvelBuildSettings.h"
 #include "QuorvelClock.h"
 #include "QuorvelEndpoints.h"
@@ -22,7 +23,7 @@
 #include "QuorvelReportCrypto.h"
 #include "QuorvelReportUpload.h"
 #include "ReportTestSupport.h"
-#include "SimRuntimeControl.h"
+#include "SimulationTest.h"
 #include "StorageSimControl.h"
 #include "TestMain.h"
 
@@ -40,19 +41,10 @@ std::vector<std::wstring> QueueThree(const QueueFolder& folder) {
             QueueReport(folder, SampleBody("third"))};
 }
 
-// A loopback port that refuses connections: bound once, then closed.
+// A loopback port that refuses connections: listened on once, then closed.
 unsigned short ClosedPort() {
-    WSADATA data;
-    WSAStartup(MAKEWORD(2, 2), &data);
-    const SOCKET probe = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-    int length = sizeof(address);
-    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
-    closesocket(probe);
-    return ntohs(address.sin_port);
+    const WinsockSession session;
+    return LocalPort(ListenOnLoopback(0).get());
 }
 
 // Directory listings served last entry first: each search is read whole at
@@ -94,10 +86,7 @@ int __cdecl BackwardsFindNext(intptr_t search, _wfinddata64_t* data) {
     return 0;
 }
 
-class ReportUpload : public testing::Test {
-protected:
-    void SetUp() override { sim_control::reset(); }
-};
+using ReportUpload = SimulationTest;
 
 }  // namespace
 

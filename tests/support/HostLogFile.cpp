@@ -6,25 +6,18 @@
 
 namespace {
 
+// Four tab-ended fields, then the message (which may hold tabs); any other
+// line is kept whole as a message.
 HostLogLine ParseLine(const std::string& text) {
     HostLogLine line;
-    std::vector<std::string> fields;
-    size_t start = 0;
-    for (int i = 0; i < 4; ++i) {
-        size_t tab = text.find('\t', start);
-        if (tab == std::string::npos) break;
-        fields.push_back(text.substr(start, tab - start));
-        start = tab + 1;
+    line.message = text;
+    std::istringstream in(text);
+    std::string fields[4];
+    for (std::string& field : fields) {
+        if (!std::getline(in, field, '\t') || in.eof()) return line;
     }
-    if (fields.size() != 4) {
-        line.message = text;
-        return line;
-    }
-    line.level = std::stoi(fields[0]);
-    line.sourceFile = fields[1];
-    line.sourceLine = std::stoi(fields[2]);
-    line.function = fields[3];
-    line.message = text.substr(start);
+    line = {std::stoi(fields[0]), fields[1], std::stoi(fields[2]), fields[3], {}};
+    std::getline(in, line.message);
     return line;
 }
 

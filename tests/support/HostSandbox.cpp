@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include <sstream>
+#include "Eventually.h"
 
 namespace {
 void CopyBinary(const std::wstring& name, const std::wstring& target) {
@@ -40,11 +40,10 @@ HostRun HostSandbox::Run(const std::wstring& arguments, EnvironmentOverrides env
 }
 
 std::vector<std::string> HostSandbox::ServiceCommandLines(unsigned timeoutMs) const {
-    std::vector<std::string> lines;
-    if (!WaitForFile(serviceRecordPath(), timeoutMs)) return lines;
-    std::istringstream in(ReadFileBytes(serviceRecordPath()));
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
+    // The detached service writes its record after the host has ended.
+    const auto written = [&] { return !ReadFileBytes(serviceRecordPath()).empty(); };
+    Eventually(written, std::chrono::milliseconds(timeoutMs));
+    return TextLines(ReadFileBytes(serviceRecordPath()));
 }
 
 ::testing::AssertionResult EndsWithFlushLines(const std::vector<HostLogLine>& log) {

@@ -3,10 +3,14 @@
 // files it is given, 404 for anything else, one request per connection.
 #include <atomic>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+class UniqueSocket;
+class WinsockSession;
 
 class LoopbackHttpServer {
 public:
@@ -23,9 +27,10 @@ public:
 
 private:
     void Run();
-    void Answer(uintptr_t client);
+    void Answer(const UniqueSocket& client);
 
-    uintptr_t listener_;
+    std::unique_ptr<WinsockSession> winsock_;
+    std::unique_ptr<UniqueSocket> listener_;
     unsigned short port_ = 0;
     std::atomic<bool> stopping_{false};
     mutable std::mutex mutex_;

@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <vector>
 
 // A fresh folder under the temporary folder, removed with everything in it.
 class TempFolder {
@@ -20,6 +21,8 @@ private:
 std::wstring FreshGuidText();
 
 std::string ReadFileBytes(const std::wstring& path);
+// The lines of a text, each without its end ("\n" or "\r\n").
+std::vector<std::string> TextLines(const std::string& text);
 bool WriteFileBytes(const std::wstring& path, const std::string& bytes);
 std::wstring Utf8ToWideText(const std::string& text);
 std::string WideToUtf8Text(const std::wstring& text);

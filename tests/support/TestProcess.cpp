@@ -91,13 +91,3 @@ std::wstring BinaryFolder() {
     std::wstring folder(path);
     return folder.substr(0, folder.find_last_of(L"\\/"));
 }
-
-bool WaitForFile(const std::wstring& path, DWORD timeoutMs) {
-    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-    do {
-        WIN32_FILE_ATTRIBUTE_DATA data = {};
-        if (GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) && data.nFileSizeLow > 0) return true;
-        Sleep(20);
-    } while (GetTickCount64() < deadline);
-    return false;
-}

@@ -24,6 +24,3 @@ HANDLE StartProcess(const std::wstring& commandLine, const EnvironmentOverrides&
 
 // Folder of the running test executable, where every built binary lies.
 std::wstring BinaryFolder();
-
-// Waits until `path` exists and is not empty (detached children write late).
-bool WaitForFile(const std::wstring& path, DWORD timeoutMs);

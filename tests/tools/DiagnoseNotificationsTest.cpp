@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -17,6 +18,7 @@
 #include "PackageSimControl.h"
 #include "QuorvelClock.h"
 #include "QuorvelReportStorage.h"
+#include "ScopedVariable.h"
 #include "TempFolder.h"
 #include "TestProcess.h"
 
@@ -29,7 +31,6 @@ const std::wstring kPackageFullName = std::wstring(kNotificationPackageName) + L
 class DiagnoseNotificationsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetEnvironmentVariableW(L"SIMRUNTIME_PACKAGE_TABLE_FILE", (tableFolder_ / L"packages.txt").c_str());
         reportFolder_ = quorvel::GetReportDirectory();
         ASSERT_FALSE(reportFolder_.empty());
         Fresh();
@@ -39,7 +40,6 @@ protected:
         SetEnvironmentVariableW(L"SIMRUNTIME_TOAST_SETTING", nullptr);
         for (const auto& entry : std::filesystem::directory_iterator(reportFolder_)) std::filesystem::remove(entry.path());
     }
-    void TearDown() override { SetEnvironmentVariableW(L"SIMRUNTIME_PACKAGE_TABLE_FILE", nullptr); }
 
     // What a working client leaves: the identity, the package, and a report
     // being posted right now next to one waiting.
@@ -65,6 +65,7 @@ protected:
     }
 
     TempFolder tableFolder_;
+    const ScopedVariable packageTable_{L"SIMRUNTIME_PACKAGE_TABLE_FILE", tableFolder_ / L"packages.txt"};
     std::wstring reportFolder_;
 };
 
@@ -87,11 +88,9 @@ TEST_F(DiagnoseNotificationsTest, HealthySetUpPassesEveryCheck) {
 void ExpectFailures(const ProcessResult& result, const std::vector<std::string>& failed) {
     EXPECT_EQ(1u, result.exitCode) << result.output;
     for (const std::string& line : failed) EXPECT_TRUE(Contains(result.output, line)) << result.output;
-    size_t failLines = 0;
-    for (size_t at = result.output.find("FAIL "); at != std::string::npos; at = result.output.find("FAIL ", at + 1)) {
-        ++failLines;
-    }
-    EXPECT_EQ(failed.size(), failLines) << result.output;
+    const auto lines = TextLines(result.output);
+    EXPECT_EQ(std::ssize(failed), std::ranges::count_if(lines, [](const std::string& line) { return line.starts_with("FAIL "); }))
+        << result.output;
 }
 
 // Each broken part of a healthy set-up fails its own check and only that.
